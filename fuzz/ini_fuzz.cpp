@@ -1,0 +1,30 @@
+// The profile reader and writer over arbitrary ini bytes: any file brought from anywhere must
+// read without a crash, and a written key must read back.
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "platform/files.h"
+#include "platform/profile.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const std::string dir = [] {
+    char pattern[] = "/tmp/velmora-ini-fuzz-XXXXXX";
+    return std::string(mkdtemp(pattern)) + "/";
+  }();
+  const std::string file = dir + "f.ini";
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  velmora::platform::WriteFileAtomic(file, text, "fuzz");
+  const size_t cut = text.find('\n');
+  const std::string section = text.substr(0, cut == std::string::npos ? 0 : std::min<size_t>(cut, 16));
+  velmora::platform::ReadProfileString(file, section, "Enviados");
+  velmora::platform::ReadProfileString(file, "MensajeSOAP", "Enviados", "d", 8);
+  // Sections and keys with blanks at their ends are stored trimmed; keep the probe clean.
+  std::string key = "K" + std::to_string(size);
+  if (velmora::platform::WriteProfileString(file, "MensajeSOAP", key, "v")) {
+    if (velmora::platform::ReadProfileString(file, "MensajeSOAP", key) != "v") std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,109 @@
+#include "velmora/core.h"
+
+#include <cstdlib>
+#include <limits>
+
+#include "core/context.h"
+#include "platform/profile.h"
+#include "platform/vbconv.h"
+
+namespace velmora {
+
+const char* const kDefaultEsquemaXML =
+    "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+    "xmlns:SOAP-ENC=\"http://schemas.xmlsoap.org/soap/encoding/\" "
+    "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\" ";
+
+std::string GetPrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
+                                      const std::string& strKey) {
+  core::TraceScope trace("modGlobal.GetPrivateProfileStringEx");
+  std::string value = platform::ReadProfileString(strFile, strSection, strKey, {}, 255);
+  trace.Result(value);
+  return value;
+}
+
+void CConfig::PeticionTimeOut(int16_t value) {
+  const int32_t magnitude = value < 0 ? -int32_t{value} : value;
+  if (magnitude > std::numeric_limits<int16_t>::max()) Raise(6, "CConfig.PeticionTimeOut");
+  peticionTimeOut_ = magnitude == 0 ? int16_t{60} : static_cast<int16_t>(magnitude);
+}
+
+void CConfig::IntervaloComprobacion(int16_t value) {
+  if (value >= peticionTimeOut_ || value == 0)
+    intervaloComprobacion_ = static_cast<int16_t>(peticionTimeOut_ / 3);
+  else
+    intervaloComprobacion_ = value;
+}
+
+bool CConfig::LoadIni() {
+  constexpr const char* kMethod = "CConfig.LoadIni";
+  core::TraceScope trace(kMethod);
+  bool result = false;
+  try {
+    auto read = [&](const char* section, const char* key) { return GetPrivateProfileStringEx(IniFile, section, key); };
+    auto int16 = [&](const char* section, const char* key) { return platform::ToInt16(read(section, key), kMethod); };
+
+    Servicio = read("Configuracion", "Servicio");
+    // Kept inverted on purpose: the default declarations read back as "1 ", anything else as
+    // itself plus a blank; installations depend on this reading.
+    const std::string esquema = read("Configuracion", "EsquemaXML");
+    esquemaXML_ = esquema == kDefaultEsquemaXML ? std::string("1 ") : esquema + " ";
+    core::ThreadContext().EsquemaXML = esquemaXML_;
+    GuardarPeticionSOAP = int16("Configuracion", "GuardarPeticionSOAP");
+    GenerarLog = int16("Configuracion", "GenerarLog");
+    GenerarTrace = int16("Configuracion", "GenerarTrace");
+    peticionTimeOut_ = int16("Asincrono", "PeticionTimeOut");
+    AutoRespuesta = int16("Asincrono", "AutoRespuesta");
+    EliminarXMLPeticion = int16("Asincrono", "EliminarXMLPeticion");
+    EliminarXMLRespuesta = int16("Asincrono", "EliminarXMLRespuesta");
+    ArchivoDiario = int16("Seguimiento", "ArchivoDiario");
+    Auditar = int16("Seguimiento", "Auditar") == 1;
+    intervaloComprobacion_ = int16("Asincrono", "IntervaloComprobacion");
+    TamanioMaximoLog = platform::RoundToInt32(platform::Val(read("Configuracion", "TamanioMaximoLog"), kMethod), kMethod);
+    codigoDispensacionOk_ = read("Configuracion", "CodigoDispensacionCorrecta");
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+bool CConfig::UpdateCounter(const char* method, const char* key) {
+  core::TraceScope trace(method);
+  bool result = false;
+  try {
+    // The whole read-add-write runs under the folder lock: two processes counting at once
+    // must both be counted.
+    platform::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
+      const int32_t value = platform::ToInt32(current.value_or(std::string()), method);
+      if (value == std::numeric_limits<int32_t>::max()) Raise(6, method);
+      return std::optional<std::string>(std::to_string(value + 1));
+    });
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(method, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+bool CConfig::UpdateAndSaveSended() { return UpdateCounter("CConfig.UpdateAndSaveSended", "Enviados"); }
+
+bool CConfig::UpdateAndSaveReceived() { return UpdateCounter("CConfig.UpdateAndSaveReceived", "Recibidos"); }
+
+std::string CConfig::LoadInternalResponse(const std::string& strFieldName) {
+  constexpr const char* kMethod = "CConfig.LoadInternalResponse";
+  std::string value;
+  try {
+    if (strFieldName.empty()) Raise(32011, kMethod);
+    core::TraceScope trace(kMethod, strFieldName);
+    value = GetPrivateProfileStringEx(IniFile, "RespuestaDefecto", strFieldName);
+    trace.Result(value);
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  return value;
+}
+
+}  // namespace velmora

@@ -1,0 +1,54 @@
+#include "core/context.h"
+
+#include <string>
+
+#include "platform/error_map.h"
+#include "platform/text.h"
+
+namespace velmora::core {
+
+CAuditor& Context::Auditor() {
+  if (!auditor_) auditor_ = std::make_unique<CAuditor>();
+  return *auditor_;
+}
+
+Context& ThreadContext() {
+  thread_local Context context;
+  return context;
+}
+
+TraceScope::TraceScope(std::string method, std::string_view moreData) : method_(std::move(method)) {
+  try {
+    ThreadContext().TraceLog.WriteTrace(true, method_, moreData, true);
+  } catch (const std::exception&) {
+    // A trace file that cannot be written must not stop the work it traces.
+  }
+}
+
+TraceScope::~TraceScope() {
+  try {
+    ThreadContext().TraceLog.WriteTrace(false, method_, result_, true);
+  } catch (const std::exception&) {
+  }
+}
+
+void TraceScope::Result(bool value) { result_ = platform::BoolText(value); }
+
+void LogLine(std::string_view text) {
+  try {
+    ThreadContext().MessageLog.Writeln(text, true);
+  } catch (const std::exception&) {
+  }
+}
+
+Error HandleError(std::string_view method, const std::exception& e) {
+  Error error = platform::ToError(e, std::string(method));
+  try {
+    ThreadContext().Errors.AddError(error);
+  } catch (const std::exception&) {
+  }
+  LogLine(std::string(method) + ":(" + std::to_string(error.Number) + ")" + error.Description);
+  return error;
+}
+
+}  // namespace velmora::core

@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core_test_support.h"
+#include "platform/profile.h"
+
+namespace velmora {
+namespace {
+
+using testing::CoreFixture;
+
+TEST(Auditor, HeaderThenMarksBuildOneRecord) {
+  CoreFixture f;
+  CAuditor auditor;
+  auditor.Enable(true);
+  EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/audit.log");
+  EXPECT_TRUE(auditor.Save("ID1", audHeader));
+  EXPECT_TRUE(auditor.Save("ID1", audMarkPetitionDone));
+  EXPECT_TRUE(auditor.Save("ID1", audMarkMsgSended));
+  EXPECT_TRUE(auditor.Save("ID1", audSetTextResponse, rcvNone, "texto"));
+  EXPECT_TRUE(auditor.Save("ID1", 6));  // unknown action: nothing written
+  EXPECT_EQ(f.folder.Read("Auditoria/audit.log"),
+            "[ID1]\r\nFECHA_ENVIO=24/02/03 09:05:07\r\nPETICION_GENERADA=Si\r\nMENSAJE_ENVIADO=Si\r\n"
+            "MENSAJE_RECIBIDO=No\r\nRESPUESTA_GENERADA=\r\nTEXTO_RESPUESTA=texto\r\n");
+  EXPECT_FALSE(auditor.StoreInDelayed("ID1"));
+  EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvInternal));
+  EXPECT_TRUE(auditor.StoreInDelayed("ID1"));
+  EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvNone));
+  EXPECT_EQ(platform::ReadProfileString(auditor.OutputFileName(), "ID1", "RESPUESTA_GENERADA", "D"), "");
+  EXPECT_FALSE(auditor.StoreInDelayed("NUNCA"));
+  // A second header overwrites the whole record.
+  EXPECT_TRUE(auditor.Save("ID1", audHeader));
+  EXPECT_EQ(platform::ReadProfileString(auditor.OutputFileName(), "ID1", "PETICION_GENERADA"), "No");
+}
+
+TEST(Auditor, ResponseKindTexts) {
+  CoreFixture f;
+  CAuditor auditor;
+  auditor.Enable(true);
+  const std::pair<int32_t, const char*> kinds[] = {{rcvService, "srv"}, {rcvXML, "xml"}, {rcvIni, "ini"},
+                                                   {rcvInternal, "int"}, {rcvNone, ""},   {7, ""}};
+  for (const auto& [kind, text] : kinds) {
+    ASSERT_TRUE(auditor.Save("K", audSetResponse, kind));
+    EXPECT_EQ(platform::ReadProfileString(auditor.OutputFileName(), "K", "RESPUESTA_GENERADA", "D"), text);
+  }
+}
+
+TEST(Auditor, DisabledWritesNothing) {
+  CoreFixture f;
+  CAuditor auditor;
+  EXPECT_TRUE(auditor.Save("ID1", audHeader));
+  EXPECT_FALSE(std::filesystem::exists(auditor.OutputFileName()));
+  EXPECT_TRUE(auditor.Save("", audHeader));  // disabled: not even the identifier is checked
+}
+
+TEST(Auditor, DailyFileKeepsTheDayItWasCreatedOn) {
+  CoreFixture f;
+  CAuditor auditor;
+  auditor.Enable(true);
+  auditor.DiaryStore(true);
+  platform::SetClockForTesting([] { return platform::LocalTime{2024, 2, 4, 0, 0, 5}; });
+  EXPECT_TRUE(auditor.Save("ID1", audHeader));
+  EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/240203.log");
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/240203.log"), "ID1", "FECHA_ENVIO"), "00:00:05");
+}
+
+TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
+  CoreFixture f;
+  CAuditor auditor;
+  auditor.Enable(true);
+  EXPECT_FALSE(auditor.Save("", audHeader));
+  EXPECT_FALSE(auditor.StoreInDelayed(""));
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CAuditor.Save:(32006)No se encuentra el identificador de la preescripción"));
+  EXPECT_TRUE(f.LogHas(
+      "2024/02/03 09:05:07 CAuditor.StoreInDelayed:(32006)No se encuentra el identificador de la preescripción"));
+  const auto& errors = core::ThreadContext().Errors.Errores();
+  ASSERT_EQ(errors.Count(), 2u);
+  EXPECT_EQ(errors.Item(2)->Source, "CAuditor.Save");
+}
+
+TEST(Auditor, MissingFolderFailsSilently) {
+  CoreFixture f;
+  std::filesystem::remove(f.folder.Path("Auditoria"));
+  CAuditor auditor;
+  auditor.Enable(true);
+  EXPECT_TRUE(auditor.Save("ID1", audHeader));
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Auditoria")));
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,109 @@
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core_test_support.h"
+#include "platform/attributes.h"
+
+namespace velmora {
+namespace {
+
+using testing::CoreFixture;
+using testing::RuntimeFolder;
+
+TEST(FileAdmin, PathsHangOffTheRuntimeFolder) {
+  CoreFixture f;
+  CFileAdmin files;
+  EXPECT_EQ(files.GetDllPath(), f.folder.Root());
+  EXPECT_EQ(files.GetSendedPath(), f.folder.Root() + "Enviados/");
+  EXPECT_EQ(files.GetReceivedPath(), f.folder.Root() + "Recibidos/");
+  EXPECT_EQ(files.GetDelayedPath(), f.folder.Root() + "Retrasados/");
+  EXPECT_EQ(files.GetAuditorPath(), f.folder.Root() + "Auditoria/");
+  EXPECT_EQ(files.DefaultResponseFile(), f.folder.Root() + "defrespo.xml");
+  EXPECT_EQ(files.DefaultResponseArchive(), f.folder.Root() + "defaultResp.xml");
+  EXPECT_EQ(files.InternalResponseFile(), f.folder.Root() + "internal.xml");
+  // With or without its trailing separator, the folder gets exactly one.
+  const std::string bare = f.folder.Root().substr(0, f.folder.Root().size() - 1);
+  setenv("VELMORA_HOME", bare.c_str(), 1);
+  EXPECT_EQ(files.GetSendedPath(), f.folder.Root() + "Enviados/");
+  setenv("VELMORA_HOME", f.folder.Root().c_str(), 1);
+}
+
+TEST(FileAdmin, MakeFoldersOnceAndPrivately) {
+  CoreFixture f;
+  std::filesystem::remove(f.folder.Path("Enviados"));
+  CFileAdmin files;
+  EXPECT_TRUE(files.MakeSended());
+  EXPECT_TRUE(files.MakeSended());
+  struct stat st{};
+  ASSERT_EQ(stat(f.folder.Path("Enviados").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  // A file where the folder should be makes the call fail and be logged, not throw.
+  std::filesystem::remove(f.folder.Path("Retrasados"));
+  setenv("VELMORA_HOME", f.folder.Path("nowhere/").c_str(), 1);
+  EXPECT_FALSE(files.MakeDelayed());
+  setenv("VELMORA_HOME", f.folder.Root().c_str(), 1);
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.MakeDelayed:(53)No se encontró el archivo")) << f.Log();
+}
+
+TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
+  CoreFixture f;
+  CFileAdmin files;
+  EXPECT_FALSE(files.ExistResponseFile("ID1", fldReceived));
+  f.folder.Write("Recibidos/ID1.xml", "<r/>");
+  platform::SetAttributes(f.folder.Path("Recibidos/ID1.xml"), platform::kAttrHidden, "t");
+  EXPECT_TRUE(files.ExistResponseFile("ID1", fldReceived));
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.ExistResponseFile:(2)"));
+  EXPECT_FALSE(files.ExistResponseFile("ID1", fldSended));
+  EXPECT_FALSE(files.ExistResponseFile("ID1", static_cast<FolderEnum>(9)));
+  EXPECT_TRUE(files.ExistIniFile());
+  EXPECT_FALSE(files.ExistExecutorFile());
+  EXPECT_FALSE(files.ExistDefaultResponseFile());
+}
+
+TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
+  CoreFixture f;
+  CFileAdmin files;
+  EXPECT_TRUE(files.DeleteFromReceived("NADA"));
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.DeleteFromReceived: Vamos a borrar el fichero de recibidos " +
+                       f.folder.Root() + "Recibidos/NADA.xml"));
+  f.folder.Write("Enviados/ID2.xml", "<p/>");
+  platform::SetAttributes(f.folder.Path("Enviados/ID2.xml"), platform::kAttrHidden | platform::kAttrReadOnly, "t");
+  EXPECT_TRUE(files.DeleteFromSended("ID2"));
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Enviados/ID2.xml")));
+}
+
+TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
+  CoreFixture f;
+  CFileAdmin files;
+  f.folder.Write("Recibidos/ID3.xml", "<late/>");
+  platform::SetAttributes(f.folder.Path("Recibidos/ID3.xml"), platform::kAttrReadOnly, "t");
+  f.folder.Write("Retrasados/ID3.xml", "old");
+  EXPECT_TRUE(files.MoveToDelayed(f.folder.Path("Recibidos"), "ID3.xml"));
+  EXPECT_EQ(f.folder.Read("Retrasados/ID3.xml"), "<late/>");
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Recibidos/ID3.xml")));
+  EXPECT_FALSE(files.MoveToDelayed(f.folder.Path("Recibidos/"), "NADA.xml"));
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.MoveToDelayed:(53)No se encontró el archivo"));
+}
+
+TEST(FileAdmin, LogIsTrimmedAtItsLimitInBytes) {
+  CoreFixture f;
+  CFileAdmin files;
+  core::ThreadContext().Config.TamanioMaximoLog = 1000;
+  f.folder.Write("velmora.log", std::string(999, 'x'));
+  files.DeleteLogFileIfExcededSize();
+  EXPECT_TRUE(std::filesystem::exists(f.folder.Path("velmora.log")));
+  f.folder.Write("velmora.log", std::string(1000, 'x'));
+  files.DeleteLogFileIfExcededSize();
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("velmora.log")));
+  files.DeleteLogFileIfExcededSize();  // nothing to delete is fine
+  core::ThreadContext().Config.TamanioMaximoLog = 0;
+  f.folder.Write("velmora.log", "");
+  files.DeleteLogFileIfExcededSize();
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("velmora.log")));
+}
+
+}  // namespace
+}  // namespace velmora

@@ -1,0 +1,112 @@
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/attributes.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/process.h"
+#include "platform/text.h"
+#include "support/runtime_folder.h"
+#include "velmora/error.h"
+
+namespace velmora::platform {
+namespace {
+
+using velmora::testing::RuntimeFolder;
+
+unsigned ModeOf(const std::string& path) {
+  struct stat st{};
+  stat(path.c_str(), &st);
+  return st.st_mode & 0777;
+}
+
+TEST(Files, CreatedPrivateAndWholeAfterAtomicWrite) {
+  RuntimeFolder folder("", false);
+  WriteFileAtomic(folder.Path("a.xml"), "<a/>", "t");
+  MakeDirectory(folder.Path("Enviados"), "t");
+  MakeDirectory(folder.Path("Enviados"), "t");  // an existing folder is fine
+  AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, "line\r\n", "t");
+  AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, "line2\r\n", "t");
+  EXPECT_EQ(folder.Read("a.xml"), "<a/>");
+  EXPECT_EQ(folder.Read("x.log"), "head\r\nline\r\nline2\r\n");
+  EXPECT_EQ(ModeOf(folder.Path("a.xml")), 0600u);
+  EXPECT_EQ(ModeOf(folder.Path("x.log")), 0600u);
+  EXPECT_EQ(ModeOf(folder.Path("Enviados")), 0700u);
+}
+
+TEST(Files, FailuresCarryThePlatformNumbers) {
+  RuntimeFolder folder("", false);
+  try {
+    WriteFileAtomic(folder.Path("nowhere/a.xml"), "x", "CFoo.Bar");
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, 53);
+    EXPECT_EQ(e.Source, "CFoo.Bar");
+    EXPECT_EQ(e.Description, "No se encontró el archivo");
+  }
+  EXPECT_NO_THROW(DeleteFile(folder.Path("missing"), "t"));
+}
+
+TEST(Attributes, HiddenMarkIsTheSambaText) {
+  RuntimeFolder folder("", false);
+  const std::string f = folder.Path("r.xml");
+  folder.Write("r.xml", "x");
+  EXPECT_EQ(GetAttributes(f, "t"), kAttrArchive);  // no mark: archive
+  SetAttributes(f, kAttrHidden, "t");
+  char buf[16] = {};
+  ASSERT_EQ(getxattr(f.c_str(), "user.DOSATTRIB", buf, sizeof buf), 3);
+  EXPECT_STREQ(buf, "0x2");
+  EXPECT_EQ(GetAttributes(f, "t"), kAttrHidden);
+  EXPECT_FALSE(ExistsNotHidden(f));
+  SetAttributes(f, kAttrHidden | kAttrReadOnly, "t");
+  EXPECT_EQ(GetAttributes(f, "t"), kAttrHidden | kAttrReadOnly);
+  SetAttributes(f, kAttrArchive, "t");
+  EXPECT_EQ(GetAttributes(f, "t"), kAttrArchive);
+  EXPECT_TRUE(ExistsNotHidden(f));
+  try {
+    GetAttributes(folder.Path("gone.xml"), "CInterface.WaitResponse");
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, 53);
+  }
+}
+
+TEST(Paths, RuntimeFolderFollowsTheEnvironment) {
+  RuntimeFolder folder("", false);
+  EXPECT_EQ(velmora::platform::RuntimeFolder(), folder.Root());
+  EXPECT_EQ(WithSlash("/a/"), "/a/");
+  EXPECT_EQ(WithSlash("/a"), "/a/");
+}
+
+TEST(Process, CommandLineSplitsAtBlanksOnly) {
+  EXPECT_EQ(SplitAtBlanks("/r/executor.exe IDPres=MD__1 MD"),
+            (std::vector<std::string>{"/r/executor.exe", "IDPres=MD__1", "MD"}));
+  EXPECT_EQ(SplitAtBlanks("  a  b\tc "), (std::vector<std::string>{"a", "b\tc"}));
+}
+
+TEST(Process, SpawnRunsWithoutAShellAndMissingProgramIs53) {
+  RuntimeFolder folder("", false);
+  SpawnDetached({"/bin/touch", folder.Path("made by child")}, folder.Root(), "t");
+  EXPECT_TRUE(velmora::testing::WaitFor([&] { return PathExists(folder.Path("made by child")); },
+                                        std::chrono::seconds(10)));
+  try {
+    SpawnDetached({folder.Path("executor.exe")}, folder.Root(), "t");
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, 53);
+  }
+}
+
+TEST(Text, TrimUpperAndWindows1252) {
+  EXPECT_EQ(Trim("  a b \t "), "a b \t");
+  EXPECT_EQ(UpperCase("codigoAviso ñ"), "CODIGOAVISO ñ");
+  EXPECT_EQ(Cp1252ToUtf8("\xF3\x80\x81"), "ó€\xEF\xBF\xBD");
+  EXPECT_TRUE(IsValidUtf8("año"));
+  EXPECT_FALSE(IsValidUtf8("a\xF1o"));
+  EXPECT_FALSE(IsValidUtf8("\xC0\xAF"));
+}
+
+}  // namespace
+}  // namespace velmora::platform

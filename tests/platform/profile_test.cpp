@@ -1,0 +1,145 @@
+#include "platform/profile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/runtime_folder.h"
+
+namespace velmora::platform {
+namespace {
+
+using velmora::testing::RuntimeFolder;
+
+struct ReadCase {
+  const char* file;
+  const char* section;
+  const char* key;
+  const char* expected;
+};
+
+// Windows' reading rules, as they were observed on the real profile functions.
+TEST(ProfileRead, FollowsWindowsMatchingRules) {
+  const ReadCase cases[] = {
+      {"[SectionName]\r\nTestKey=TestValue\r\n", "sectionname", "TESTKEY", "TestValue"},
+      {"[SectionName]\r\nTestKey=TestValue\r\n", " SectionName ", "TestKey", "TestValue"},
+      {"[SectionName]\r\nTestKey=TestValue\r\n", "\tSectionName", "TestKey", "D"},
+      {"[s]\r\n  TestKey \t=  \tTestValue\t \r\n", "s", "TestKey", "TestValue"},
+      {"  [ x ]\r\nk=v\r\n", "x", "k", "v"},
+      {"[sec]whoops]\r\nk=v\r\n", "sec", "k", "v"},
+      {"[SectionName   \r\nk=v\r\n", "SectionName", "k", "v"},
+      {"k=v\r\n[s]\r\n", "", "k", "D"},
+      {"[]\r\nk=v\r\n", "", "k", "v"},
+      {"[s]\r\n[s]\r\nk=v\r\n", "s", "k", "D"},
+      {"[s]\r\nk=A\r\nk=B\r\n", "s", "k", "A"},
+      {"[s]\r\n;k=v\r\n", "s", "k", "D"},
+      {"[s]\r\nk=diet ;x\r\n", "s", "k", "diet ;x"},
+      {"[s]\r\n#k=v\r\n", "s", "#k", "v"},
+      {"[s]\r\nk=\r\n", "s", "k", ""},
+      {"[s]\r\nk=v\r\n", "s", "", "D"},
+      {"[s]\r\nk=  \"  v  \"  \r\n", "s", "k", "  v  "},
+      {"[s]\r\nk='v'\r\n", "s", "k", "v"},
+      {"[s]\r\nk=\"v'\r\n", "s", "k", "\"v'"},
+      {"[s]\rk=v\r", "s", "k", "v"},
+      {"[s]\nk=v\n", "s", "k", "v"},
+      {"[s]\r\nname3\r\n", "s", "name3", "D"},
+      {"\xEF\xBB\xBF[s]\r\nk=v\r\n", "s", "k", "v"},
+  };
+  RuntimeFolder folder("");
+  for (const auto& c : cases) {
+    folder.Write("t.ini", c.file);
+    EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), c.section, c.key, "D"), c.expected)
+        << "file: " << c.file << " section: " << c.section << " key: " << c.key;
+  }
+}
+
+TEST(ProfileRead, DefaultLosesTrailingBlanksAndMissingFileGivesDefault) {
+  RuntimeFolder folder("");
+  EXPECT_EQ(ReadProfileString(folder.Path("none.ini"), "s", "k", "  d  "), "  d");
+  EXPECT_EQ(ReadProfileString(folder.Path("none.ini"), "s", "k", "\td\t"), "\td\t");
+}
+
+TEST(ProfileRead, BufferCutsLongValuesAndNeverSplitsACharacter) {
+  RuntimeFolder folder("");
+  folder.Write("t.ini", "[s]\r\nk=" + std::string(300, 'x') + "\r\nn=" + std::string(253, 'a') + "ñb\r\n");
+  EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "k"), std::string(254, 'x'));
+  EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "n"), std::string(253, 'a') + "ñ");
+  EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "k", {}, 5), "xxxx");
+  EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "k", {}, 0), "");
+}
+
+TEST(ProfileRead, WindowsFileWithAccentsInWindows1252) {
+  RuntimeFolder folder("");
+  folder.Write("t.ini", "[RespuestaDefecto]\r\n  TextoAviso  =  Dispensaci\xF3n pendiente \t\r\n");
+  EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "respuestadefecto", "textoaviso"), "Dispensación pendiente");
+}
+
+struct WriteCase {
+  const char* before;
+  const char* section;
+  const char* key;
+  const char* value;  // nullptr deletes
+  const char* after;
+};
+
+TEST(ProfileWrite, PlacesAndReplacesLikeWindows) {
+  const WriteCase cases[] = {
+      {"", "App", "key", "string", "[App]\r\nkey=string\r\n"},
+      {"[App1]\r\nk=1\r\n", "App3", "k5", "s", "[App1]\r\nk=1\r\n[App3]\r\nk5=s\r\n"},
+      {"Data", "section1", "key1", "string1", "Data\r\n[section1]\r\nkey1=string1\r\n"},
+      {"[s]\r\nz=\r\n;y=\r\n", "s", "a", "", "[s]\r\nz=\r\na=\r\n;y=\r\n"},
+      {"[a]\r\nk=1\r\n\r\n[b]\r\n", "a", "n", "2", "[a]\r\nk=1\r\nn=2\r\n\r\n[b]\r\n"},
+      {"[SectionName]\r\nTestKey=TestValue", "SECTIONNAME", "TESTKEY", "X", "[SectionName]\r\nTestKey=X\r\n"},
+      {"[s]\r\nk=v\r\n", " s ", " k ", "  v  ", "[s]\r\nk=  v  \r\n"},
+      {";c0\r\n[s]\r\n;c1\r\nk=1\r\n[t]\r\nk=2\r\n", "t", "k", "3", ";c0\r\n[s]\r\n;c1\r\nk=1\r\n[t]\r\nk=3\r\n"},
+      {"[App3]\r\nkey5=s\r\n", "App3", "key5", nullptr, "[App3]\r\n"},
+      {"[App3]\r\nkey5=s\r\n", "App3", "other", nullptr, "[App3]\r\nkey5=s\r\n"},
+      {"junk\x01\r\n[s]\nk=1\n", "s", "k", "2", "junk\x01\r\n[s]\nk=2\r\n"},
+  };
+  RuntimeFolder folder("");
+  for (const auto& c : cases) {
+    folder.Write("t.ini", c.before);
+    const std::optional<std::string> value = c.value ? std::optional<std::string>(c.value) : std::nullopt;
+    EXPECT_TRUE(WriteProfileString(folder.Path("t.ini"), c.section, c.key, value));
+    EXPECT_EQ(folder.Read("t.ini"), c.after) << "before: " << c.before;
+  }
+}
+
+TEST(ProfileWrite, KeepsWindows1252BytesOfUntouchedLines) {
+  RuntimeFolder folder("");
+  folder.Write("t.ini", "[s]\r\nt=Dispensaci\xF3n\r\nk=1\r\n");
+  ASSERT_TRUE(WriteProfileString(folder.Path("t.ini"), "s", "k", "2"));
+  EXPECT_EQ(folder.Read("t.ini"), "[s]\r\nt=Dispensaci\xF3n\r\nk=2\r\n");
+}
+
+TEST(ProfileWrite, FailsWithoutTheFolderAndLeavesNoTemporaryFile) {
+  RuntimeFolder folder("");
+  EXPECT_FALSE(WriteProfileString(folder.Path("missing/t.ini"), "s", "k", "v"));
+  ASSERT_TRUE(WriteProfileString(folder.Path("t.ini"), "s", "k", "v"));
+  int entries = 0;
+  for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(folder.Root())) ++entries;
+  EXPECT_EQ(entries, 5);  // the four working folders and t.ini
+}
+
+TEST(ProfileUpdate, ExceptionFromTheUpdateWritesNothing) {
+  RuntimeFolder folder("");
+  folder.Write("t.ini", "[s]\r\nk=1\r\n");
+  EXPECT_THROW(UpdateProfileString(folder.Path("t.ini"), "s", "k",
+                                   [](const std::optional<std::string>&) -> std::optional<std::string> {
+                                     throw std::runtime_error("no");
+                                   }),
+               std::runtime_error);
+  EXPECT_EQ(folder.Read("t.ini"), "[s]\r\nk=1\r\n");
+  EXPECT_TRUE(UpdateProfileString(folder.Path("t.ini"), "s", "k",
+                                  [](const std::optional<std::string>& v) { return *v + "0"; }));
+  EXPECT_EQ(folder.Read("t.ini"), "[s]\r\nk=10\r\n");
+}
+
+TEST(ProfileWrite, SeveralKeysLandTogether) {
+  RuntimeFolder folder("");
+  ASSERT_TRUE(WriteProfileStrings(folder.Path("a.log"), "ID1", {{"A", "1"}, {"B", ""}, {"A", "2"}}));
+  EXPECT_EQ(folder.Read("a.log"), "[ID1]\r\nA=2\r\nB=\r\n");
+}
+
+}  // namespace
+}  // namespace velmora::platform

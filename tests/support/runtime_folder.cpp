@@ -1,0 +1,122 @@
+#include "support/runtime_folder.h"
+
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace velmora::testing {
+
+namespace fs = std::filesystem;
+
+RuntimeFolder::RuntimeFolder(const std::string& ini, bool makeWorkingFolders) {
+  std::string pattern = (fs::temp_directory_path() / "velmora-test-XXXXXX").string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+  root_ = pattern + "/";
+  if (const char* home = getenv("VELMORA_HOME")) {
+    hadHome_ = true;
+    previousHome_ = home;
+  }
+  setenv("VELMORA_HOME", root_.c_str(), 1);
+  if (makeWorkingFolders)
+    for (const char* d : {"Enviados", "Recibidos", "Retrasados", "Auditoria"}) fs::create_directory(root_ + d);
+  if (!ini.empty()) Write("velmora.ini", ini);
+}
+
+RuntimeFolder::~RuntimeFolder() {
+  if (hadHome_)
+    setenv("VELMORA_HOME", previousHome_.c_str(), 1);
+  else
+    unsetenv("VELMORA_HOME");
+  std::error_code ec;
+  // Read-only files and folders left by a test must not keep the folder alive.
+  for (auto it = fs::recursive_directory_iterator(root_, ec); !ec && it != fs::recursive_directory_iterator(); ++it)
+    fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+  fs::remove_all(root_, ec);
+}
+
+std::string RuntimeFolder::Read(const std::string& relative) const {
+  std::ifstream in(root_ + relative, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+void RuntimeFolder::Write(const std::string& relative, const std::string& content) const {
+  std::ofstream out(root_ + relative, std::ios::binary | std::ios::trunc);
+  out << content;
+}
+
+std::string RuntimeFolder::MakeIni(
+    const std::vector<std::pair<std::string, std::vector<std::pair<std::string, std::string>>>>& sections) {
+  std::string text;
+  for (const auto& [section, keys] : sections) {
+    text += "[" + section + "]\r\n";
+    for (const auto& [k, v] : keys) text += k + "=" + v + "\r\n";
+  }
+  return text;
+}
+
+std::string RuntimeFolder::DefaultIni() {
+  return MakeIni({
+      {"Configuracion",
+       {{"Servicio", "http://127.0.0.1:1/dispensacion?wsdl"},
+        {"EsquemaXML",
+         "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+         "xmlns:SOAP-ENC=\"http://schemas.xmlsoap.org/soap/encoding/\" "
+         "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\""},
+        {"GuardarPeticionSOAP", "0"},
+        {"GenerarLog", "1"},
+        {"GenerarTrace", "0"},
+        {"TamanioMaximoLog", "10000000"},
+        {"CodigoDispensacionCorrecta", "0000"}}},
+      {"Asincrono",
+       {{"PeticionTimeOut", "5"},
+        {"AutoRespuesta", "1"},
+        {"EliminarXMLPeticion", "1"},
+        {"EliminarXMLRespuesta", "1"},
+        {"IntervaloComprobacion", "1"}}},
+      {"Seguimiento", {{"ArchivoDiario", "0"}, {"Auditar", "1"}}},
+      {"MensajeSOAP", {{"Enviados", "0"}, {"Recibidos", "0"}}},
+      {"Proxy", {{"UtilizarProxy", "0"}, {"TimeOut", "5000"}}},
+      {"RespuestaDefecto",
+       {{"CodigoAviso", "9999"},
+        {"TextoAviso", "Respuesta interna"},
+        {"NumAvisos", "1"},
+        {"CodigoMotivosRechazo", ""},
+        {"TextoMotivosRechazo", ""},
+        {"NumMotivosRechazo", "0"},
+        {"ResultResp", "1"}}},
+  });
+}
+
+bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find("\r\n", start);
+    if (end == std::string::npos) {
+      lines.push_back(text.substr(start));
+      break;
+    }
+    lines.push_back(text.substr(start, end - start));
+    start = end + 2;
+  }
+  return lines;
+}
+
+}  // namespace velmora::testing
