@@ -119,6 +119,11 @@ VELMORA_API extern const char* const kDefaultEsquemaXML;
 VELMORA_API std::string GetPrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
                                                   const std::string& strKey);
 
+// Writes one key of an ini file the way the library does (in place, atomically, under a lock).
+// For hosts and tools that adjust velmora.ini; false when the file cannot be written.
+VELMORA_API bool WritePrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
+                                             const std::string& strKey, const std::string& strValue);
+
 // The working folders beside the library and the message files in them. Paths end in "/".
 class VELMORA_API CFileAdmin {
  public:

@@ -22,6 +22,11 @@ std::string GetPrivateProfileStringEx(const std::string& strFile, const std::str
   return value;
 }
 
+bool WritePrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
+                                 const std::string& strKey, const std::string& strValue) {
+  return platform::WriteProfileString(strFile, strSection, strKey, strValue);
+}
+
 void CConfig::PeticionTimeOut(int16_t value) {
   const int32_t magnitude = value < 0 ? -int32_t{value} : value;
   if (magnitude > std::numeric_limits<int16_t>::max()) Raise(6, "CConfig.PeticionTimeOut");

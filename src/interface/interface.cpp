@@ -1,0 +1,78 @@
+#include "velmora/interface.h"
+
+#include "core/context.h"
+#include "platform/paths.h"
+
+namespace velmora {
+
+CInterface::CInterface() {
+  constexpr const char* kMethod = "CInterface.Class_Initialize";
+  auto& context = core::ThreadContext();
+  try {
+    const std::string folder = platform::WithSlash(CFileAdmin().GetDllPath());
+    logFile_ = folder + platform::kLibraryTitle + ".log";
+    traceFile_ = folder + platform::kLibraryTitle + ".txt";
+    iniFile_ = folder + platform::kLibraryTitle + ".ini";
+    context.MessageLog.FileName = logFile_;
+    context.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
+    context.MessageLog.Flags = lfgToFile | lfgToDebug;
+    context.TraceLog.FileName = traceFile_;
+    context.TraceLog.Title = "Log de trazas del ";
+    context.TraceLog.Flags = 0;
+    context.Errors.ResetErrorsCollection();
+    CListadoDispensaciones scratch;
+    scratch.ResetDispensacionesCol();
+
+    context.Config.IniFile = iniFile_;
+    if (!context.Config.LoadIni()) Raise(32001, kMethod);
+
+    CFileAdmin().DeleteLogFileIfExcededSize();
+    // Names the executor's start-up on purpose: log readers filter on this text.
+    context.TraceLog.WriteTrace(true, "CExecutor.Class_Initialize", {}, true);
+    serviceName_ = context.Config.Servicio;
+    opciones_ |= context.Config.GuardarPeticionSOAP;
+    context.MessageLog.Flags = context.Config.GenerarLog == 1 ? (lfgToFile | lfgToDebug) : 0;
+    context.TraceLog.Flags = context.Config.GenerarTrace == 1 ? lfgToFile : 0;
+    flag1_ = 0;
+    flag2_ = 0;
+    enabled_ = true;
+    context.Auditor().Enable(context.Config.Auditar);
+    context.Auditor().DiaryStore(context.Config.ArchivoDiario != 0);
+    core::LogLine("Se cargó correctamente la configuración del archivo " + iniFile_);
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  try {
+    context.TraceLog.WriteTrace(false, kMethod, {}, true);
+  } catch (const std::exception&) {
+  }
+}
+
+CInterface::~CInterface() {
+  core::TraceScope trace("CInterface.Class_Terminate");
+}
+
+std::string CInterface::NombreServicio() {
+  core::LogLine("Recuperado el valor '" + serviceName_ + "' para la propiedad NombreServicio");
+  return serviceName_;
+}
+
+std::string CInterface::NombreLog() {
+  const std::string name = core::ThreadContext().MessageLog.FileName;
+  core::LogLine("Recuperado el valor '" + name + "' para la propiedad NombreLog");
+  return name;
+}
+
+CError& CInterface::Errores() { return errores_; }
+
+int32_t CInterface::OpcionesLog() const { return core::ThreadContext().MessageLog.Flags; }
+
+void CInterface::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Flags = value; }
+
+void CInterface::CopySharedErrors() {
+  // Every error since the object was created: the shared list is not emptied here.
+  errores_ = CError();
+  for (const auto& item : core::ThreadContext().Errors.Errores()) errores_.AddError2(item);
+}
+
+}  // namespace velmora

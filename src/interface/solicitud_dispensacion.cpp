@@ -1,0 +1,67 @@
+#include "core/context.h"
+#include "interface/road.h"
+#include "messages/identifier.h"
+#include "platform/text.h"
+#include "velmora/interface.h"
+
+namespace velmora {
+
+std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionDispensacion& objPeticionDispensacion) {
+  constexpr const char* kMethod = "CInterface.SolicitudDispensacion";
+  auto response = std::make_unique<CRespuestaPeticion>();
+  bool failed = false;
+  auto& request = objPeticionDispensacion;
+  if (platform::Trim(request.IDPrescripcion).empty())
+    request.IDPrescripcion = messages::MakePrescriptionIdentifier(request);
+  const std::string id = request.IDPrescripcion;
+  core::TraceScope trace(kMethod, id);
+  try {
+    auto& auditor = core::ThreadContext().Auditor();
+    core::LogLine("CInterface.SolicitudDispensacion:Iniciando una solicitud de dispensación " + id);
+    if (!enabled_) Raise(32005, kMethod);
+    if (!request.IObject_RequiredFields()) Raise(32002, kMethod);
+    if (platform::Trim(id).empty()) Raise(32006, kMethod);
+    CFileAdmin files;
+    const std::string requestFile = files.GetSendedPath() + id + ".xml";
+    const std::string responseFile = files.GetReceivedPath() + id + ".xml";
+
+    files.MakeAuditor();
+    auditor.Save(id, audHeader, rcvNone, {});
+    files.MakeSended();
+    if (!interface::IsPlainFileName(id) || !request.ToXMLFile(requestFile)) Raise(32007, kMethod);
+    auditor.Save(id, audMarkPetitionDone, rcvNone, {});
+    if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(request.IDPrescripcion);
+
+    interface::StartExecutor(id, false, kMethod);
+    const bool arrived = WaitResponse(id);
+
+    ResponseTypeEnum type;
+    std::string fileToLoad;
+    if (arrived) {
+      type = rspReceived;
+      fileToLoad = responseFile;
+      auditor.Save(id, audSetResponse, rcvService, {});
+    } else if (files.ExistDefaultResponseFile()) {
+      type = rspDefault;
+      fileToLoad = files.DefaultResponseFile();
+      auditor.Save(id, audSetResponse, rcvXML, {});
+    } else {
+      type = rspInternal;
+      response->SetInternalResponse(true);
+      auditor.Save(id, audSetResponse, rcvInternal, {});
+    }
+    if (!fileToLoad.empty()) response->FromXMLFile(fileToLoad);
+    interface::CleanUpMessageFiles(id, type);
+    if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+    failed = true;
+    response->SetInternalResponse(false);
+  }
+  CopySharedErrors();
+  response->DatosValidos = !failed;
+  trace.Result(response->DatosValidos);
+  return response;
+}
+
+}  // namespace velmora

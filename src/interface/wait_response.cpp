@@ -1,0 +1,60 @@
+#include <cmath>
+
+#include "core/context.h"
+#include "interface/directory_watch.h"
+#include "platform/attributes.h"
+#include "velmora/interface.h"
+
+namespace velmora {
+
+namespace {
+// How long one pass of the wait may block before the host's idle callback runs again.
+constexpr std::chrono::milliseconds kPass{25};
+}  // namespace
+
+// Polls the received folder on the old schedule: whole seconds since the start, a look on every
+// pass of a second that is a multiple of the interval, a file taken only once it carries exactly
+// the hidden mark, and one last look at the limit that accepts any file present.
+bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
+  constexpr const char* kMethod = "CInterface.WaitResponse";
+  core::TraceScope trace(kMethod, strIdPrescripcion);
+  bool arrived = false;
+  try {
+    auto& config = core::ThreadContext().Config;
+    const int16_t interval = config.IntervaloComprobacion();
+    const int16_t limit = config.PeticionTimeOut();
+    CFileAdmin files;
+    const std::string folder = files.GetReceivedPath();
+    const std::string path = folder + strIdPrescripcion + ".xml";
+    interface::DirectoryWatch watch(folder);
+    const auto start = std::chrono::steady_clock::now();
+    int64_t elapsed = 0;
+    while (elapsed < limit && !arrived) {
+      const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+      // Seconds rounded half to even, as the old assignment of a division did.
+      elapsed = static_cast<int64_t>(std::nearbyint(static_cast<double>(ms.count()) / 1000.0));
+      if (interval == 0) Raise(11, kMethod);
+      if (elapsed % interval == 0 && files.ExistResponseFile(strIdPrescripcion, fldReceived)) {
+        const uint32_t attributes = platform::GetAttributes(path, kMethod);
+        core::LogLine("CInterface.WaitResponse: Hemos encontrado el fichero pero esta liberado???? el fichero --> " +
+                      folder + strIdPrescripcion + " con los atributos " + std::to_string(attributes));
+        arrived = attributes == platform::kAttrHidden;
+      }
+      if (OnIdle) OnIdle();
+      if (!arrived && elapsed < limit) watch.Wait(kPass);
+    }
+    const uint32_t attributes = platform::GetAttributes(path, kMethod);
+    core::LogLine("CInterface.WaitResponse: antes del ultimo objFileAdmin.ExistResponseFile --> " + path +
+                  std::to_string(attributes));
+    if (attributes != platform::kAttrHidden || !arrived) {
+      core::LogLine("CInterface.WaitResponse: dentro del if --> " + path + std::to_string(attributes));
+      arrived = files.ExistResponseFile(strIdPrescripcion, fldReceived);
+    }
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(arrived);
+  return arrived;
+}
+
+}  // namespace velmora

@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "interface_fixture.h"
+#include "platform/attributes.h"
+#include "platform/profile.h"
+#include "velmora/interface.h"
+
+namespace velmora {
+namespace {
+
+using testing::CompleteRequest;
+using testing::ErrorNumbers;
+using testing::IniWith;
+using testing::InterfaceFixture;
+
+const char* kAnswer =
+    "<RespuestaPeticion><NMotivosRechazo>0</NMotivosRechazo><NAvisos>1</NAvisos>"
+    "<codigoAviso><item> 0000 </item></codigoAviso><textoAviso><item>Dispensada</item></textoAviso>"
+    "</RespuestaPeticion>";
+
+struct Outcome {
+  bool raised = false;
+  bool correcto = false;
+  ResponseTypeEnum type = rspReceived;
+  std::string started;
+};
+
+void Watch(CInterface& iface, Outcome& o) {
+  iface.AlIniciarSolicitudDispensacion = [&o](const std::string& id) { o.started = id; };
+  iface.AlTerminarSolicitudDispensacion = [&o](bool correcto, ResponseTypeEnum type) {
+    o.raised = true;
+    o.correcto = correcto;
+    o.type = type;
+  };
+}
+
+TEST(Dispensation, NoAnswerAndNoDefaultGivesTheInternalResponse) {
+  InterfaceFixture f(IniWith("PeticionTimeOut", "1"));
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  int idlePasses = 0;
+  iface.OnIdle = [&] { ++idlePasses; };
+  auto request = CompleteRequest();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_TRUE(response->DatosValidos);
+  EXPECT_TRUE(o.raised);
+  EXPECT_FALSE(o.correcto);
+  EXPECT_EQ(o.type, rspInternal);
+  EXPECT_EQ(o.started, "RX001");
+  EXPECT_GT(idlePasses, 1);
+  ASSERT_EQ(response->m_colCodigoAviso.Count(), 1u);
+  EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999");
+  EXPECT_EQ(response->m_intNAvisos, 1);
+  // The wait's last look found nothing and said so.
+  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(53)No se encontró el archivo"));
+  const std::string audit = f.folder.Path("Auditoria/audit.log");
+  EXPECT_EQ(platform::ReadProfileString(audit, "RX001", "PETICION_GENERADA"), "Si");
+  EXPECT_EQ(platform::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "int");
+  EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));  // EliminarXMLPeticion=1
+}
+
+TEST(Dispensation, DefaultFileAnswersWhenTheServiceDoesNot) {
+  InterfaceFixture f(IniWith("PeticionTimeOut", "1"));
+  f.folder.Write("defrespo.xml", kAnswer);
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  auto request = CompleteRequest();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_TRUE(response->DatosValidos);
+  EXPECT_EQ(o.type, rspDefault);
+  EXPECT_TRUE(response->DispensacionRealizada());
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
+}
+
+TEST(Dispensation, HiddenResponseIsTakenAtTheFirstCheck) {
+  InterfaceFixture f(IniWith("PeticionTimeOut", "30"));
+  f.folder.Write("Recibidos/RX001.xml", kAnswer);
+  platform::SetAttributes(f.folder.Path("Recibidos/RX001.xml"), platform::kAttrHidden, "t");
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  auto request = CompleteRequest();
+  const auto start = std::chrono::steady_clock::now();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_TRUE(o.correcto);
+  EXPECT_EQ(o.type, rspReceived);
+  EXPECT_TRUE(response->DispensacionRealizada());
+  EXPECT_EQ(*response->m_colTextoAviso.Item(1), "Dispensada");
+  EXPECT_FALSE(f.Exists("Recibidos/RX001.xml"));  // EliminarXMLRespuesta=1
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "srv");
+}
+
+TEST(Dispensation, UnmarkedResponseIsTakenOnlyByTheLastLook) {
+  InterfaceFixture f(IniWith("PeticionTimeOut", "2"));
+  f.folder.Write("Recibidos/RX001.xml", kAnswer);  // present, but never marked complete
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  auto request = CompleteRequest();
+  const auto start = std::chrono::steady_clock::now();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1400));
+  EXPECT_TRUE(o.correcto);
+  EXPECT_EQ(o.type, rspReceived);
+  EXPECT_TRUE(f.LogHas("con los atributos 32\r\n"));
+  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse: dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32\r\n"));
+}
+
+TEST(Dispensation, ZeroTimeOutStillTakesAFileThatIsThere) {
+  InterfaceFixture f(IniWith("PeticionTimeOut", "0"));
+  f.folder.Write("Recibidos/RX001.xml", kAnswer);
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  auto request = CompleteRequest();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_EQ(o.type, rspReceived);
+}
+
+TEST(Dispensation, ZeroIntervalFailsTheWaitNotTheCall) {
+  InterfaceFixture f(IniWith("IntervaloComprobacion", "0"));
+  CInterface iface;
+  Outcome o;
+  Watch(iface, o);
+  auto request = CompleteRequest();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_TRUE(response->DatosValidos);
+  EXPECT_EQ(o.type, rspInternal);
+  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(11)División por cero\r\n"));
+}
+
+TEST(Dispensation, BlankIdentifierIsMadeAndNamesEverything) {
+  InterfaceFixture f(IniWith("EliminarXMLPeticion", "0"));
+  CInterface iface;
+  auto request = CompleteRequest();
+  request.IDPrescripcion = "   ";
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_EQ(request.IDPrescripcion, "ITPF148F1U1T1240203090507");
+  EXPECT_TRUE(f.Exists("Enviados/ITPF148F1U1T1240203090507.xml"));
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "ITPF148F1U1T1240203090507",
+                                        "PETICION_GENERADA"),
+            "Si");
+}
+
+TEST(Dispensation, FailuresGiveTheForcedInternalResponse) {
+  struct Case {
+    const char* name;
+    std::function<void(CPeticionDispensacion&)> spoil;
+    bool executor;
+    const char* errors;
+    const char* logLine;
+  } cases[] = {
+      {"incomplete", [](CPeticionDispensacion& r) { r.Importe.clear(); }, true, "32002 32013 ",
+       "CInterface.SolicitudDispensacion:(32002)Inicialice los campos obligatorios\r\n"},
+      {"no executor", [](CPeticionDispensacion&) {}, false, "53 32013 ",
+       "CInterface.SolicitudDispensacion:(53)No se ha encontrado el archivo executor.exe\r\n"},
+      {"path in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "../../escape"; }, true, "32007 32013 ",
+       "CInterface.SolicitudDispensacion:(32007)No se puede exportar la petición de dispensación\r\n"},
+      {"dot id", [](CPeticionDispensacion& r) { r.IDPrescripcion = ".."; }, true, "32007 32013 ", nullptr},
+      {"bad body", [](CPeticionDispensacion& r) { r.Importe = "1<2"; }, true, "32003 32007 32013 ", nullptr},
+  };
+  for (const auto& c : cases) {
+    InterfaceFixture f(testing::RuntimeFolder::DefaultIni(), c.executor);
+    CInterface iface;
+    Outcome o;
+    Watch(iface, o);
+    auto request = CompleteRequest();
+    c.spoil(request);
+    auto response = iface.SolicitudDispensacion(request);
+    EXPECT_FALSE(response->DatosValidos) << c.name;
+    EXPECT_FALSE(o.raised) << c.name;
+    EXPECT_EQ(ErrorNumbers(iface.Errores()), c.errors) << c.name;
+    ASSERT_GE(response->m_colCodigoAviso.Count(), 1u) << c.name;
+    EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999") << c.name;
+    if (c.logLine) {
+      EXPECT_TRUE(f.LogHas(c.logLine)) << c.name << "\n" << f.Log();
+    }
+    EXPECT_FALSE(std::filesystem::exists(f.folder.Path("../escape.xml"))) << c.name;
+  }
+}
+
+TEST(Dispensation, RequestFileStaysWhenTheExecutorIsMissing) {
+  InterfaceFixture f(testing::RuntimeFolder::DefaultIni(), false);
+  CInterface iface;
+  auto request = CompleteRequest();
+  iface.SolicitudDispensacion(request);
+  EXPECT_TRUE(f.Exists("Enviados/RX001.xml"));
+}
+
+}  // namespace
+}  // namespace velmora

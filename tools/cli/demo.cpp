@@ -1,0 +1,143 @@
+#include <signal.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "commands.h"
+#include "verdict.h"
+
+extern char** environ;
+
+namespace velmora::cli {
+
+namespace {
+
+// velmora-sim for the length of the demo; stopped and reaped on every path.
+class Simulator {
+ public:
+  Simulator(const std::string& program, const std::string& portFile, const std::string& scenarios) {
+    std::vector<std::string> args = {program, "--port", "0", "--port-file", portFile, "--scenarios", scenarios};
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    if (posix_spawn(&pid_, program.c_str(), nullptr, nullptr, argv.data(), environ) != 0) pid_ = -1;
+  }
+  ~Simulator() {
+    if (pid_ <= 0) return;
+    kill(pid_, SIGTERM);
+    int status = 0;
+    for (int i = 0; i < 200 && waitpid(pid_, &status, WNOHANG) == 0; ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (waitpid(pid_, &status, WNOHANG) == 0) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, &status, 0);
+    }
+  }
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+  bool Started() const { return pid_ > 0; }
+
+ private:
+  pid_t pid_ = -1;
+};
+
+// The port the simulator writes once it listens; 0 when it has not within the bound.
+int WaitForPort(const std::string& portFile) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+  while (std::chrono::steady_clock::now() < end) {
+    std::ifstream in(portFile);
+    int port = 0;
+    if (in >> port && port > 0) return port;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return 0;
+}
+
+CPeticionDispensacion DemoRequest(int n, const std::string& product) {
+  CPeticionDispensacion r;
+  r.IdFarmacia = "F0042";
+  r.IdProvincia = "48";
+  r.IdUsuario = "mostrador1";
+  r.ClaveUsuario = "demo";
+  r.Idioma = "es";
+  r.IdFarmaceutico = "FC0007";
+  r.FechaDispensacion = "21/11/2026";
+  r.FechaPrescripcion = "2026-11-" + std::to_string(10 + n);
+  r.Importe = "12,40";
+  r.ImporteAportacion = "4,96";
+  r.EnvasesDispensados = "1";
+  r.CodigoDispensado = product;
+  r.CodigoColegiadoPrescriptor = "4812345";
+  r.Tis = "BBBB123456";
+  r.NombrePaciente = "Paciente de demostración";
+  r.NombreMedicamento = "Medicamento " + std::to_string(n);
+  r.RegimenReceta = n % 2 ? Pensionista : Trabajador;
+  r.TipoPrescripcion = Principio_Activo;
+  r.Lector = "RC" + std::to_string(700000 + n);
+  r.IDPrescripcion = "RX2026" + std::to_string(1000 + n);
+  return r;
+}
+
+}  // namespace
+
+int Demo(std::ostream& out, std::ostream& err) {
+  CFileAdmin files;
+  const std::string root = files.GetDllPath();
+  const std::string ini = files.IniFilePath();
+  const std::string portFile = root + ".velmora-sim.port";
+  const std::string scenarios = root + ".velmora-sim.scenarios";
+  unlink(portFile.c_str());
+  // The batch is answered item by item, with every second item rejected, to show both kinds.
+  std::ofstream(scenarios) << "654321 = batch-rejected\n";
+  // The receipt opens in a viewer only where a person can look at it.
+  if (!getenv("VELMORA_PDF_VIEWER") && !getenv("DISPLAY")) setenv("VELMORA_PDF_VIEWER", "", 1);
+
+  Simulator sim(root + "velmora-sim", portFile, scenarios);
+  const int port = sim.Started() ? WaitForPort(portFile) : 0;
+  unlink(portFile.c_str());
+  if (port == 0) {
+    err << "velmora demo: the simulator did not start (" << root << "velmora-sim)\n";
+    return 1;
+  }
+  const std::string previous = GetPrivateProfileStringEx(ini, "Configuracion", "Servicio");
+  const std::string wsdl = "http://127.0.0.1:" + std::to_string(port) + "/dispensacion?wsdl";
+  if (!WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", wsdl)) {
+    err << "velmora demo: cannot write " << ini << "\n";
+    return 1;
+  }
+  out << "simulator: " << wsdl << "\n";
+
+  int failures = 0;
+  {
+    CInterface iface;
+    out << "\n== one dispensation ==\n";
+    auto request = DemoRequest(1, "600000");
+    auto single = iface.SolicitudDispensacion(request);
+    out << "IDPrescripcion: " << request.IDPrescripcion << "\n";
+    PrintVerdict(out, *single, iface.Errores());
+    if (!single->DatosValidos || !single->DispensacionRealizada()) ++failures;
+
+    out << "\n== a batch of five, printed ==\n";
+    CListadoDispensaciones list;
+    for (int n = 1; n <= 5; ++n) {
+      auto item = DemoRequest(n, "65432" + std::to_string(n));
+      list.aniadirDispensacion(item);
+    }
+    auto batch = iface.SolicitudDispensaciones(list, true);
+    PrintVerdict(out, *batch, iface.Errores());
+    out << "receipt: " << root << "velmora.pdf\n";
+    if (!batch->DatosValidos) ++failures;
+  }
+  WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", previous);
+  unlink(scenarios.c_str());
+  out << "\nlog: " << files.LogFilePath() << "\naudit: " << files.GetAuditorPath() << "\n";
+  return failures == 0 ? 0 : 1;
+}
+
+}  // namespace velmora::cli

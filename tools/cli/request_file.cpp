@@ -1,0 +1,73 @@
+#include "request_file.h"
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+
+namespace velmora::cli {
+
+const std::vector<std::string>& RequestPropertyNames() {
+  static const std::vector<std::string> names = {
+      "Importe",        "ImporteAportacion", "IdFarmacia",      "FechaDispensacion",
+      "IDPrescripcion", "Idioma",            "IdUsuario",       "IdFarmaceutico",
+      "ClaveUsuario",   "EnvasesDispensados", "NumeroReceta",   "IdProvincia",
+      "CodigoDispensado", "CodigoColegiadoPrescriptor", "FechaPrescripcion", "Tis",
+      "RegimenReceta",  "FormulaMagistral",  "TipoPrescripcion", "Lector",
+      "NombreMedicamento", "NombrePaciente", "NecesitaVisado",  "SaveSOAPMsgToFile",
+  };
+  return names;
+}
+
+namespace {
+
+std::string_view Strip(std::string_view s) {
+  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+  while (!s.empty() && blank(s.front())) s.remove_prefix(1);
+  while (!s.empty() && blank(s.back())) s.remove_suffix(1);
+  return s;
+}
+
+[[noreturn]] void Fail(size_t line, const std::string& what) {
+  throw std::invalid_argument("line " + std::to_string(line) + ": " + what);
+}
+
+}  // namespace
+
+std::vector<RequestFields> ParseRequestFile(std::string_view text) {
+  std::vector<RequestFields> requests;
+  const auto& names = RequestPropertyNames();
+  size_t lineNumber = 0;
+  size_t start = 0;
+  while (start <= text.size()) {
+    size_t end = text.find('\n', start);
+    if (end == std::string_view::npos) end = text.size();
+    const std::string_view line = Strip(text.substr(start, end - start));
+    ++lineNumber;
+    start = end + 1;
+    if (line.empty() || line.front() == ';' || line.front() == '#') continue;
+    if (line.front() == '[') {
+      if (line != "[Dispensacion]") Fail(lineNumber, "unknown section " + std::string(line) + " (use [Dispensacion])");
+      requests.emplace_back();
+      continue;
+    }
+    const size_t eq = line.find('=');
+    if (eq == std::string_view::npos) Fail(lineNumber, "expected Property=Value");
+    if (requests.empty()) Fail(lineNumber, "a property before the first [Dispensacion]");
+    const std::string name(Strip(line.substr(0, eq)));
+    const std::string value(Strip(line.substr(eq + 1)));
+    if (std::find(names.begin(), names.end(), name) == names.end()) Fail(lineNumber, "unknown property '" + name + "'");
+    if (name == "RegimenReceta" || name == "TipoPrescripcion") {
+      int number = 0;
+      const auto [ptr, ec] = std::from_chars(value.data(), value.data() + value.size(), number);
+      if (ec != std::errc() || ptr != value.data() + value.size())
+        Fail(lineNumber, name + " must be a whole number");
+    }
+    if (name == "SaveSOAPMsgToFile" && value != "0" && value != "1")
+      Fail(lineNumber, "SaveSOAPMsgToFile must be 0 or 1");
+    if (!requests.back().emplace(name, value).second) Fail(lineNumber, "'" + name + "' given twice");
+  }
+  if (requests.empty()) throw std::invalid_argument("no [Dispensacion] section");
+  return requests;
+}
+
+}  // namespace velmora::cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <map>
+#include <ostream>
+#include <string>
+
+#include "velmora/interface.h"
+
+namespace velmora::cli {
+
+// What a person at the counter needs to read of an answer, and of the errors behind it.
+void PrintVerdict(std::ostream& out, const CRespuestaPeticion& response, CError& errors);
+void PrintVerdict(std::ostream& out, const CRespDispensaciones& response, CError& errors);
+
+// Fills a request from a request file's fields (names as the request's properties).
+void FillRequest(CPeticionDispensacion& request, const std::map<std::string, std::string>& fields);
+
+}  // namespace velmora::cli
