@@ -1,0 +1,114 @@
+#include "velmora/barcode.h"
+
+#include <string_view>
+
+#include "barcode/code128_patterns.h"
+#include "barcode/cp1252_codes.h"
+#include "platform/vbconv.h"
+
+namespace velmora {
+namespace {
+
+// Items 104..106 of the table are the start symbols of code sets A..C.
+int StartItem(int16_t codeSet) {
+  switch (codeSet) {
+    case cC128_A: return 104;
+    case cC128_B: return 105;
+    case cC128_C: return 106;
+    default: return 0;
+  }
+}
+
+}  // namespace
+
+BarCode128::BarCode128() : fuente_("PF_C128.ttf") { InicializarTabla(); }
+
+void BarCode128::InicializarTabla() {
+  tabla_ = colC128();
+  for (int n = 1; n <= 107; ++n) {
+    const std::string código = n <= 95 ? std::string(1, static_cast<char>(31 + n)) : std::string();
+    C128& item = tabla_.Add(código, "A" + std::to_string(n));
+    item.Valor = static_cast<int16_t>(n - 1);
+    item.Patrón = std::string(barcode::kCode128Patterns[static_cast<size_t>(n - 1)]);
+  }
+}
+
+colC128& BarCode128::Tabla() { return tabla_; }
+
+std::string BarCode128::fuente() const { return fuente_; }
+
+bool BarCode128::AsignarFuente(const std::string& fuente) {
+  fuente_ = fuente;
+  return true;
+}
+
+std::string BarCode128::Barras(const std::string& Texto, int16_t Codificación) {
+  std::string pattern;
+  int64_t sum = 0;
+  if (const int start = StartItem(Codificación); start != 0) {
+    pattern = tabla_.Item(start).Patrón;
+    sum = start - 1;
+  }
+  // Code set C writes no data at all: the symbol is start, check and stop. Callers only ever use
+  // set B for data, and the printed receipts already in circulation carry this exact pattern.
+  if (Codificación != cC128_C) {
+    const std::vector<int> codes = barcode::Cp1252Codes(Texto);
+    for (size_t pos = 0; pos < codes.size(); ++pos) {
+      const int code = codes[pos];
+      const std::string ch = barcode::Cp1252Char(code);
+      C128* found = nullptr;
+      for (int n = 1; n <= 63 && !found; ++n)
+        if (tabla_.Item(n).Código == ch) found = &tabla_.Item(n);
+      if (!found && Codificación == cC128_A) {
+        // A control character takes the table's item of its own code, one below the standard's
+        // symbol; code 0 asks for item 0 and fails.
+        if (code >= 0 && code <= 31) found = &tabla_.Item(code);
+      } else if (!found) {
+        for (int n = 64; n <= 94 && !found; ++n)
+          if (tabla_.Item(n).Código == ch) found = &tabla_.Item(n);
+      }
+      if (!found && code >= 127 && code <= 134) found = &tabla_.Item(code - 32);
+      // A character found nowhere adds no symbol but keeps its place: the characters after it
+      // are weighted by their position in the text, not in the symbol.
+      if (!found) continue;
+      pattern += found->Patrón;
+      sum += static_cast<int64_t>(found->Valor) * static_cast<int64_t>(pos + 1);
+    }
+  }
+  pattern += tabla_.Item(static_cast<int32_t>(sum % 103) + 1).Patrón;
+  pattern += tabla_.Item(107).Patrón;
+  return pattern;
+}
+
+std::string BarCode128::Texto(const std::string& Frase, int16_t Clase) {
+  // The font's start characters sit at 203..205, and the check sum starts from those codes
+  // rather than from the symbols' values: fonts made for this text expect exactly that.
+  int start = 0;
+  if (Clase >= cC128_A && Clase <= cC128_C) start = 202 + Clase;
+  std::string text = start ? barcode::Cp1252Char(start) : std::string();
+  int64_t sum = start;
+  if (Clase == cC128_C) {
+    const std::string_view frase(Frase);
+    for (size_t pos = 0; pos < frase.size(); pos += 2) {
+      const double v = platform::Val(frase.substr(pos, 2), "BarCode128.Texto");
+      const int32_t value = platform::RoundToInt32(v, "BarCode128.Texto");
+      text += tabla_.Item(value).Código;
+      sum += static_cast<int64_t>(value) * static_cast<int64_t>(pos + 1);
+    }
+  } else {
+    const int limit = Clase == cC128_A ? 64 : 95;
+    const std::vector<int> codes = barcode::Cp1252Codes(Frase);
+    for (size_t pos = 0; pos < codes.size(); ++pos) {
+      const int code = codes[pos];
+      // Only the table's characters (" ".."~") have a value; anything else counts as 0.
+      const int value = code >= 32 && code <= 126 ? code - 32 : 0;
+      if (code >= 32 && code <= 126 && value < limit) text += static_cast<char>(code);
+      sum += static_cast<int64_t>(value) * static_cast<int64_t>(pos + 1);
+    }
+  }
+  text += barcode::Cp1252Char(static_cast<int>(sum % 103));
+  text += barcode::Cp1252Char(106);
+  return text;
+}
+
+}  // namespace velmora

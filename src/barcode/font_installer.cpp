@@ -1,0 +1,99 @@
+#include "velmora/barcode.h"
+
+#include <cstdlib>
+
+#include "barcode/font_registry.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+#include "velmora/error.h"
+
+namespace velmora {
+namespace {
+
+// The component's own error numbers, raised with their texts.
+constexpr int32_t kNoFontsFolder = static_cast<int32_t>(0x80040001u);
+constexpr int32_t kNoFileName = static_cast<int32_t>(0x80040003u);
+constexpr int32_t kNoPath = static_cast<int32_t>(0x80040004u);
+constexpr int32_t kFileMissing = static_cast<int32_t>(0x80040005u);
+constexpr int32_t kRegisterFailed = static_cast<int32_t>(0x80040006u);
+constexpr int32_t kUninstallFailed = static_cast<int32_t>(0x80040008u);
+
+[[noreturn]] void Fail(int32_t number, const char* method, std::string text) {
+  throw Error(number, std::string("jrInstalarFuente.") + method, std::move(text));
+}
+
+std::string Env(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+// The user's fonts folder as fontconfig's default configuration reads it.
+std::string UserFontsFolder() {
+  std::string data = Env("XDG_DATA_HOME");
+  if (data.empty() || data.front() != '/') {
+    const std::string home = Env("HOME");
+    if (home.empty()) return {};
+    data = platform::WithSlash(home) + ".local/share";
+  }
+  return platform::WithSlash(data) + "fonts";
+}
+
+void MakeFolders(const std::string& folder, const std::string& source) {
+  for (size_t at = folder.find('/', 1);; at = folder.find('/', at + 1)) {
+    const std::string part = folder.substr(0, at);
+    if (!part.empty() && !platform::IsDirectory(part)) platform::MakeDirectory(part, source);
+    if (at == std::string::npos) break;
+  }
+}
+
+}  // namespace
+
+jrInstalarFuente::jrInstalarFuente() : fonts_(UserFontsFolder()) {
+  if (fonts_.empty())
+    Fail(kNoFontsFolder, "Class_Initialize",
+         "No se ha podido determinar el directorio de fuentes del sistema.");
+}
+
+void jrInstalarFuente::PathTTF(const std::string& value) {
+  path_ = platform::Trim(value);
+  if (path_.empty() || path_.back() != '/') path_ += '/';
+}
+
+void jrInstalarFuente::Instalar() {
+  if (FicheroTTF.empty())
+    Fail(kNoFileName, "Instalar", "No se ha introducido el nombre del fichero que contiene la fuente.");
+  if (path_.empty())
+    Fail(kNoPath, "Instalar", "No se ha introducido el path del fichero que contiene la fuente.");
+  const std::string source = path_ + FicheroTTF;
+  if (!platform::PathExists(source))
+    Fail(kFileMissing, "Instalar", "No se ha podido encontrar el fichero " + source + ".");
+
+  // The fonts folder may not exist yet on a fresh account; fontconfig looks there anyway.
+  MakeFolders(fonts_, "jrInstalarFuente.Instalar");
+  const std::string installed = fonts_ + "/" + FicheroTTF;
+  platform::CopyFileTo(source, installed, "jrInstalarFuente.Instalar");
+
+  // Windows wanted a companion resource file named after the font file (".ttf" -> ".FOT");
+  // fontconfig needs none, but a name too short to derive one is still refused here, after the
+  // copy and before the font is registered, as callers have always seen it.
+  if (FicheroTTF.size() < 3) Raise(5, "jrInstalarFuente.Instalar");
+
+  if (!barcode::RegisterFontFile(installed))
+    Fail(kRegisterFailed, "Instalar", "Error ejecutando AddFontResource.");
+  barcode::RefreshFontCache(fonts_);
+}
+
+void jrInstalarFuente::Desinstalar(bool borrar) {
+  if (FicheroTTF.empty())
+    Fail(kNoFileName, "Desinstalar", "No se ha introducido el nombre del fichero que contiene la fuente.");
+  // A font is registered with fontconfig by lying in a font folder; there is no registration to
+  // withdraw from a font that is not there.
+  const std::string installed = fonts_ + "/" + FicheroTTF;
+  if (!platform::PathExists(installed))
+    Fail(kUninstallFailed, "Desinstalar", "No se ha podido desinstalar la fuente " + FicheroTTF);
+  if (borrar) platform::DeleteFile(installed, "jrInstalarFuente.Desinstalar");
+  barcode::RefreshFontCache(fonts_);
+}
+
+}  // namespace velmora

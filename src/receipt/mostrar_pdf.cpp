@@ -1,0 +1,126 @@
+#include "velmora/pdf.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "barcode/code128_bars.h"
+#include "barcode/embedded_resources.h"
+#include "platform/paths.h"
+#include "receipt/barcode_font_setup.h"
+#include "receipt/data_text.h"
+#include "receipt/logo.h"
+#include "velmora/barcode.h"
+#include "velmora/messages.h"
+
+namespace velmora {
+namespace {
+
+constexpr int16_t kSlotHeight = 180;
+constexpr int kSlotsPerPage = 4;
+constexpr double kRuleLeft = 20;
+constexpr double kRuleRight = 560;
+
+// Module width of a Code 128 symbol that should fit `room` points: wide modules scan best, but
+// never below 0.4 pt, under which 300 dpi renderings and printers stop decoding reliably; a
+// symbol too long for its room then runs past it rather than become unreadable.
+double FitModule(const std::string& pattern, double room) {
+  const int modules = barcode::PatternModules(pattern);
+  if (modules == 0) return 0.75;
+  return std::clamp(room / modules, 0.4, 0.75);
+}
+
+void Rule(cPDF& pdf, double y) {
+  pdf.SetColors(0, 0);
+  pdf.SetLineFormat(1, ButtCap, MilterJoin, 0, "[]");
+  pdf.MoveTo(kRuleLeft, y);
+  pdf.WLineTo(kRuleRight, y);
+  pdf.LineStroke();
+}
+
+const char* RegimenLetter(RegimenRecetaEnum regimen) {
+  switch (regimen) {
+    case Trabajador: return "T";
+    case Pensionista: return "P";
+    default: return "O";
+  }
+}
+
+int16_t Top(int base, int offset) { return static_cast<int16_t>(base + offset); }
+
+}  // namespace
+
+void cPDF::mostrarPDF(CListadoDispensaciones& objListado) {
+  receipt::EnsureBarcodeFontInstalled();
+  const auto& requests = objListado.Dispensaciones();
+
+  std::string file = platform::RuntimeFolder() + platform::kLibraryTitle + ".pdf";
+  if (!PDFCreate(file)) return;
+
+  if (!code128) code128 = std::make_shared<BarCode128>();
+  if (!codepdf417) codepdf417 = std::make_shared<cPDF417>();
+
+  Fonts.Add("F1", "Times New Roman", TrueType);
+  Fonts.Add("F2", "Helvetica", Type1);
+  Fonts.Add("F3", "Palace Script MT");
+  Fonts.Add("F4", "Arial");
+  // Embedded, so the symbols draw on viewers that have never seen the font.
+  const auto fontBytes = barcode::BarcodeFontBytes();
+  Fonts.Add("F5", "Code PDF417").EmbedFontData(std::vector<uint8_t>(fontBytes.begin(), fontBytes.end()));
+
+  LoadImageFromMemory(resources::kReceiptLogo, resources::kReceiptLogoSize, "logoMarvo");
+
+  // An empty batch still gets its receipt, a page with the header alone: the counter prints
+  // before the batch is checked, and the batch call then reports why nothing was sent.
+  const CPeticionDispensacion* first = requests.Item(1);
+  const std::string T = first ? first->Tis : std::string();
+  const std::string P = first ? first->NombrePaciente : std::string();
+  const std::string header = code128->Barras(T);
+  auto beginPage = [&] {
+    NewPage(A4_Vertical);
+    // From Left 60 up to the logo at 460, less a quiet zone.
+    barcode::DrawCode128Bars(*this, header, 20, 60, FitModule(header, 380), 24);
+    Rule(*this, 50);
+    Rule(*this, 70);
+    WImage(40, 460, 25, 80, "logoMarvo");
+    WTextBox(50, 20, 100, 150, "TIS: ", "F4", 10);
+    WTextBox(50, 60, 100, 150, T, "F1", 10);
+    WTextBox(50, 200, 100, 150, "Paciente: ", "F4", 10);
+    WTextBox(50, 280, 100, 300, P, "F1", 10);
+  };
+  if (!first) beginPage();
+
+  std::string D;
+  int index = 0;
+  for (const CPeticionDispensacion& request : requests) {
+    const int s = index++ % kSlotsPerPage;
+    const int b = kSlotHeight * s;
+    if (s == 0) beginPage();
+
+    receipt::ExtendDataText(D, request, T);
+    // Every row of the symbol is "+" and its letters; rows stand 2 pt apart, the height of the
+    // font's glyphs at 8 pt, so they join into one symbol.
+    const std::string R = codepdf417->CodigoPDF(D);
+    size_t start = R.find('+');
+    for (int k = 1; start != std::string::npos; ++k) {
+      const size_t next = R.find('+', start + 1);
+      const std::string piece = R.substr(start + 1, next == std::string::npos ? std::string::npos : next - start - 1);
+      WTextBox(Top(b, 170 + 2 * k), 300, 100, 200, "+" + piece, "F5", 8);
+      start = next;
+    }
+
+    WTextBox(Top(b, 80), 25, 90, 120, "", "F1", 10, hLeft, vTop, 0, 1);
+    WTextBox(Top(b, 80), 160, 90, 120, "", "F1", 10, hLeft, vTop, 0, 1);
+    Rule(*this, b + 240);
+    WTextBox(Top(b, 190), 50, 100, 150, request.CodigoDispensado + " - " + request.NombreMedicamento, "F4", 10);
+
+    const std::string bars = code128->Barras(request.IDPrescripcion + RegimenLetter(request.RegimenReceta), cC128_B);
+    // From Left 50 up to the PDF417 symbol at 300, less a quiet zone.
+    barcode::DrawCode128Bars(*this, bars, b + 203, 50, FitModule(bars, 235), 18);
+    WTextBox(Top(b, 225), 50, 100, 150, request.IDPrescripcion, "F1", 10);
+  }
+
+  PDFClose();
+  Show();
+}
+
+}  // namespace velmora

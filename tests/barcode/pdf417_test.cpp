@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "barcode/pdf417_rows.h"
+#include "velmora/barcode.h"
+
+namespace velmora {
+namespace {
+
+const std::string kDataText =
+    "20240115|00000000000000000000000000000000|000000|2812345|000000|000000|0000000000|654321|1|001234567";
+
+std::string Bits(const barcode::ModuleRow& row, size_t from, size_t count) {
+  std::string s;
+  for (size_t i = from; i < from + count && i < row.size(); ++i) s += row[i] ? '1' : '0';
+  return s;
+}
+
+// Every row the font text draws must be a whole PDF417 row: start pattern, the columns, and the
+// asymmetric stop pattern exactly where the column count puts it (a reversed bit order or a lost
+// module would move or mirror it).
+void ExpectWellFormed(const std::string& text, const cPDF417& encoder) {
+  ASSERT_FALSE(text.empty());
+  EXPECT_EQ(text.front(), '+');
+  EXPECT_EQ(text.find_first_not_of("+ABCDEFGHIJKLMNOP"), std::string::npos);
+  const auto rows = barcode::FontTextToRows(text);
+  ASSERT_EQ(static_cast<int>(rows.size()), encoder.Rows());
+  const size_t modules = 17 * static_cast<size_t>(encoder.Columns()) + 69;
+  for (const auto& row : rows) {
+    ASSERT_GE(row.size(), modules);
+    EXPECT_LT(row.size(), modules + 4);
+    EXPECT_EQ(Bits(row, 0, 17), "11111111010101000");
+    EXPECT_EQ(Bits(row, modules - 18, 18), "111111101000101001");
+    EXPECT_EQ(Bits(row, modules, 4).find('1'), std::string::npos) << "padding must be light";
+  }
+}
+
+TEST(Pdf417, UsualDataTextFitsSixColumnsInTheSlot) {
+  cPDF417 encoder;
+  const std::string text = encoder.CodigoPDF(kDataText);
+  ExpectWellFormed(text, encoder);
+  EXPECT_EQ(encoder.Columns(), 6);
+  EXPECT_LE(encoder.Rows(), 30);
+  // Each row: "+" and (17 * 6 + 53) modules in letters of four.
+  EXPECT_EQ(text.size(), static_cast<size_t>(encoder.Rows()) * (1 + (17 * 6 + 53 + 3) / 4));
+}
+
+TEST(Pdf417, LongerTextsWidenBeforeTheyGrowTaller) {
+  cPDF417 encoder;
+  std::string carried;
+  for (int i = 0; i < 6; ++i) carried += "|00000000" + kDataText.substr(8);
+  ExpectWellFormed(encoder.CodigoPDF(carried), encoder);
+  EXPECT_GT(encoder.Columns(), 6);
+  EXPECT_LE(encoder.Columns(), 12);
+  EXPECT_LE(encoder.Rows(), 30);
+
+  std::string large(1500, 'x');
+  ExpectWellFormed(encoder.CodigoPDF(large), encoder);
+  EXPECT_EQ(encoder.Columns(), 12);
+  EXPECT_GT(encoder.Rows(), 30);
+}
+
+TEST(Pdf417, TextsItCannotHoldGiveTheFailureText) {
+  cPDF417 encoder;
+  for (const std::string& text : {std::string(), std::string(4000, '\xb5'), std::string(3000, 'x')}) {
+    const std::string result = encoder.CodigoPDF(text);
+    EXPECT_EQ(result.rfind("Erreur N° ", 0), 0u) << result;
+    EXPECT_EQ(result.find('+'), std::string::npos);
+    EXPECT_EQ(encoder.Rows(), 0);
+  }
+}
+
+TEST(Pdf417, AcceptsLatinTextAndRawBytes) {
+  cPDF417 encoder;
+  ExpectWellFormed(encoder.CodigoPDF("Café Ärzte § 5µg"), encoder);
+  ExpectWellFormed(encoder.CodigoPDF(std::string("\xff\xfe\x00\x01", 4)), encoder);
+}
+
+TEST(Pdf417Rows, FontTextRoundTripsModuleRows) {
+  barcode::ModuleRow row = {1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1, 1, 0, 1};
+  const std::string text = barcode::RowsToFontText({row, row});
+  EXPECT_EQ(text, "+GI+GI");  // 0110 -> G, then 1 padded to 1000 -> I
+  const auto back = barcode::FontTextToRows(text);
+  ASSERT_EQ(back.size(), 2u);
+  row.resize(24, false);
+  EXPECT_EQ(back[0], row);
+  EXPECT_TRUE(barcode::RowsToFontText({barcode::ModuleRow(20, true)}).empty());
+}
+
+}  // namespace
+}  // namespace velmora
