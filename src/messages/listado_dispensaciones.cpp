@@ -1,0 +1,134 @@
+#include "velmora/messages.h"
+
+#include "core/context.h"
+#include "messages/body.h"
+#include "messages/identifier.h"
+#include "platform/text.h"
+#include "platform/xml/xml.h"
+#include "velmora/error.h"
+
+namespace velmora {
+
+using messages::Element;
+using platform::Trim;
+
+bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPeticionDispensacion) {
+  static constexpr const char* kMethod = "CListadoDispensaciones.aniadirDispensacion";
+  core::TraceScope trace(kMethod);
+  bool result = false;
+  try {
+    CPeticionDispensacion& given = objPeticionDispensacion;
+    const size_t number = dispensaciones_.Count() + 1;
+    core::LogLine("CListadoDispensaciones.aniadirDispensacion:INICIO1. intItems : " +
+                  messages::Decimal(static_cast<long long>(number)) + " y " + given.IDPrescripcion);
+
+    // The caller's object receives the identifier: the interface audits the batch under it.
+    if (Trim(given.IDPrescripcion).empty()) given.IDPrescripcion = messages::MakePrescriptionIdentifier(given);
+    const std::string id = given.IDPrescripcion;
+
+    if (!given.IObject_RequiredFields()) Raise(32002, "CListadoDispensaciones.añadirDispensacion");
+
+    // The copy carries the reader's value as its prescription number, and neither the reader
+    // nor the endorsement flag: the batch item sends what the reader read, and the receipt
+    // depends on exactly these fields.
+    CPeticionDispensacion copy;
+    copy.IDPrescripcion = id;
+    copy.ClaveUsuario = given.ClaveUsuario;
+    copy.CodigoColegiadoPrescriptor = given.CodigoColegiadoPrescriptor;
+    copy.CodigoDispensado = given.CodigoDispensado;
+    copy.EnvasesDispensados = given.EnvasesDispensados;
+    copy.FechaDispensacion = given.FechaDispensacion;
+    copy.FechaPrescripcion = given.FechaPrescripcion;
+    copy.FormulaMagistral = given.FormulaMagistral;
+    copy.IdFarmaceutico = given.IdFarmaceutico;
+    copy.IdFarmacia = given.IdFarmacia;
+    copy.Idioma = given.Idioma;
+    copy.IdProvincia = given.IdProvincia;
+    copy.IdUsuario = given.IdUsuario;
+    copy.Importe = given.Importe;
+    copy.ImporteAportacion = given.ImporteAportacion;
+    copy.NumeroReceta = given.Lector;
+    copy.RegimenReceta = given.RegimenReceta;
+    copy.TipoPrescripcion = given.TipoPrescripcion;
+    copy.Tis = given.Tis;
+    copy.NombrePaciente = given.NombrePaciente;
+    copy.NombreMedicamento = given.NombreMedicamento;
+    // No key: the same request may be added twice, and nothing looks items up by key.
+    dispensaciones_.Add(std::move(copy));
+
+    core::LogLine("CListadoDispensaciones.aniadirDispensacion:FIN. añadido : " + id);
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+void CListadoDispensaciones::ResetDispensacionesCol() {
+  core::TraceScope trace("CListadoDispensaciones.ResetDispensacionesCol");
+  dispensaciones_.Clear();
+}
+
+std::string CListadoDispensaciones::ToString(bool withEnvelope) {
+  static constexpr const char* kMethod = "CListadoDispensaciones.ToString";
+  core::TraceScope trace(kMethod, platform::BoolText(withEnvelope));
+  std::string result;
+  try {
+    // Reported under the interface's batch call, the one place an empty batch comes from.
+    if (dispensaciones_.Count() == 0) Raise(32014, "CInterface.SolicitudDispensaciones");
+    // Pharmacy and user travel once, from the first item; the others are not compared.
+    CPeticionDispensacion& first = *dispensaciones_.Item(1);
+    std::string body = "<PeticionDispensacion " + messages::Esquema() + "> ";
+    body += Element("codFarmacia", first.IdFarmacia);
+    body += Element("idioma", first.Idioma);
+    body += Element("idUsuario", first.IdUsuario);
+    body += Element("idFarmaceutico", first.IdFarmaceutico);
+    body += Element("claveUsuario", first.ClaveUsuario);
+    body += Element("codProvincia", first.IdProvincia);
+    body += "<dispensaciones >\r\n";
+    for (CPeticionDispensacion& item : dispensaciones_) {
+      body += item.ToStringNew();
+      body += messages::kCrLf;
+    }
+    body += "</dispensaciones>\r\n";
+    body += "</PeticionDispensacion>\r\n";
+    result = messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+bool CListadoDispensaciones::ToXMLFile(const std::string& path) {
+  static constexpr const char* kMethod = "CListadoDispensaciones.ToXML";
+  core::TraceScope trace("CListadoDispensaciones.ToXMLFile", path);
+  bool result = false;
+  try {
+    messages::SaveBody(ToString(false), path, kMethod);
+    core::LogLine("CListadoDispensaciones.ToXML:Generando archivo " + path +
+                  " con la petición de la dispensación");
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+// Traced under the request's name, as it has always been: the batch shares the request's reader.
+bool CListadoDispensaciones::FromXMLFile(const std::string& path) {
+  static constexpr const char* kMethod = "CPeticionDispensacion.FromXMLFile";
+  core::TraceScope trace(kMethod, path);
+  try {
+    platform::xml::Document doc;
+    doc.Load(path);
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(false);
+  return false;
+}
+
+}  // namespace velmora

@@ -1,0 +1,232 @@
+#include "velmora/messages.h"
+
+#include "core/context.h"
+#include "messages/body.h"
+#include "platform/dates/dates.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+#include "platform/xml/xml.h"
+#include "velmora/core.h"
+#include "velmora/error.h"
+
+namespace velmora {
+
+using messages::Element;
+using messages::Fire;
+using platform::Trim;
+
+namespace {
+
+constexpr const char* kToString = "CPeticionDispensacion.ToString";
+
+bool IsItp(const std::string& id) { return Trim(id).compare(0, 3, "ITP") == 0; }
+
+bool ReadsAsDate(const std::string& text) { return platform::ReadDate(text).has_value(); }
+
+}  // namespace
+
+CPeticionDispensacion::CPeticionDispensacion() { core::TraceScope trace("CPeticionDispensacion.Class_Initialize"); }
+
+CPeticionDispensacion::CPeticionDispensacion(const CPeticionDispensacion& other) : IObject(other) {
+  core::TraceScope trace("CPeticionDispensacion.Class_Initialize");
+  *this = other;
+}
+
+CPeticionDispensacion::~CPeticionDispensacion() {
+  core::TraceScope trace("CPeticionDispensacion.Class_Terminate");
+}
+
+std::string CPeticionDispensacion::ParseDate(const std::string& text) {
+  core::TraceScope trace("CPeticionDispensacion.ParseDate", text);
+  std::string result;
+  try {
+    if (text.empty()) return result;
+    core::LogLine("CPeticionDispensacion.ParseDate:Parseando las fechas");
+    std::optional<platform::LocalTime> date = platform::ReadDate(text);
+    if (!date) Raise(32004, "CPeticionDispensacion.ParseDate");
+    result = platform::FormatYyyymmdd(*date);
+  } catch (const std::exception& e) {
+    core::HandleError("CPeticionDispensacion.ParseDate", e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+// Step 3 of the body: the prescriber's details travel only with an "ITP" identifier, and then
+// the identifier itself is sent empty.
+std::string CPeticionDispensacion::PrescriberElements() {
+  std::string out;
+  if (IsItp(IDPrescripcion)) {
+    out += "<idPrescripcion ></idPrescripcion>\r\n";
+    out += Element("codColegiadoPrescriptor", CodigoColegiadoPrescriptor);
+    out += Element("fechaPrescripcion", ParseDate(FechaPrescripcion));
+    out += Element("TIS", Tis);
+    out += Element("nombreFormula", FormulaMagistral);
+    if (RegimenReceta != RegimenVacio) out += Element("regimenReceta", messages::Decimal(RegimenReceta));
+    if (TipoPrescripcion != PrescripcionVacio)
+      out += Element("tipoPrescripcion", messages::Decimal(TipoPrescripcion));
+  } else {
+    out += Element("idPrescripcion", IDPrescripcion);
+  }
+  return out;
+}
+
+std::string CPeticionDispensacion::ToString(bool withEnvelope) {
+  core::TraceScope trace(kToString, platform::BoolText(withEnvelope));
+  std::string result;
+  try {
+    std::string body = "<PeticionDispensacion " + messages::Esquema() + "> ";
+    body += Element("importe", Importe);
+    body += Element("importeAportacion", ImporteAportacion);
+    body += Element("codFarmacia", IdFarmacia);
+    body += Element("fechaDispensacion", ParseDate(FechaDispensacion));
+    body += Element("idioma", Idioma);
+    body += Element("idUsuario", IdUsuario);
+    body += Element("idFarmaceutico", IdFarmaceutico);
+    body += Element("claveUsuario", ClaveUsuario);
+    body += Element("envasesDispensados", EnvasesDispensados);
+    body += Element("numeroReceta", NumeroReceta);
+    body += Element("codProvincia", IdProvincia);
+    body += Element("codigoDispensado", CodigoDispensado);
+    body += PrescriberElements();
+    body += "</PeticionDispensacion>\r\n";
+    result = messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
+  } catch (const std::exception& e) {
+    core::HandleError(kToString, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+std::string CPeticionDispensacion::ToStringNew() {
+  core::TraceScope trace("CPeticionDispensacion.ToStringNew");
+  std::string result;
+  try {
+    std::string item = "<P70ItemPeticionDispensacion>";
+    item += Element("importe", Importe);
+    item += Element("importeAportacion", ImporteAportacion);
+    item += Element("fechaDispensacion", ParseDate(FechaDispensacion));
+    item += Element("envasesDispensados", EnvasesDispensados);
+    item += Element("numeroReceta", NumeroReceta);
+    item += Element("codigoDispensado", CodigoDispensado);
+    item += PrescriberElements();
+    item += "</P70ItemPeticionDispensacion>";
+    result = std::move(item);
+  } catch (const std::exception& e) {
+    core::HandleError("CPeticionDispensacion.ToStringNew", e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+// Errors are reported under "ToXML", the name the log line and the catalogue give this step.
+bool CPeticionDispensacion::ToXMLFile(const std::string& path) {
+  core::TraceScope trace("CPeticionDispensacion.ToXMLFile", path);
+  bool result = false;
+  try {
+    messages::SaveBody(ToString(false), path, "CPeticionDispensacion.ToXML");
+    core::LogLine("CPeticionDispensacion.ToXML:Generando archivo " + path + " con la petición de la dispensación");
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError("CPeticionDispensacion.ToXML", e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+bool CPeticionDispensacion::FromXMLFile(const std::string& path) {
+  core::TraceScope trace("CPeticionDispensacion.FromXMLFile", path);
+  try {
+    platform::xml::Document doc;
+    doc.Load(path);
+  } catch (const std::exception& e) {
+    core::HandleError("CPeticionDispensacion.FromXMLFile", e);
+  }
+  trace.Result(false);
+  return false;
+}
+
+std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
+  static constexpr const char* kMethod = "CPeticionDispensacion.IObject_ToXML";
+  core::TraceScope trace(kMethod);
+  std::shared_ptr<XmlNodeList> result;
+  try {
+    core::LogLine(
+        "CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase");
+    Fire(onBeforeTransformToXML);
+    platform::xml::Document doc;
+    if (!doc.LoadXml(ToString(false))) Raise(32003, kMethod);
+    if (SaveSOAPMsgToFile) {
+      const std::string file = platform::WithSlash(CFileAdmin().GetDllPath()) + platform::kLibraryTitle + ".xml";
+      platform::DeleteFile(file, kMethod);
+      doc.Save(file, kMethod);
+      core::LogLine("CPeticionDispensacion.IObject_ToXML:Generando archivo XML con la petición de la dispensación");
+    }
+    Fire(onEndTransformToXML);
+    result = std::make_shared<XmlNodeList>(doc.ChildNodes());
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  return result;
+}
+
+// A request is never rebuilt from XML: the list is not read.
+bool CPeticionDispensacion::IObject_FromXML(const XmlNodeList& nodes) {
+  (void)nodes;
+  static constexpr const char* kMethod = "CPeticionDispensacion.IObject_FromXML";
+  core::TraceScope trace(kMethod);
+  bool result = false;
+  try {
+    core::LogLine(
+        "CPeticionDispensacion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
+    Fire(onBeforeTransformFromXML);
+    Fire(onEndTransformFromXML);
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+// The check asks for the prescriber's details when the identifier is empty, while the body sends
+// them only with an "ITP" identifier. Both rules are what the service and the pharmacies' software
+// were built against, so they stay different.
+bool CPeticionDispensacion::IObject_RequiredFields() {
+  static constexpr const char* kMethod = "CPeticionDispensacion.IObject_RequiredFields";
+  core::TraceScope trace(kMethod);
+  bool result = false;
+  try {
+    core::LogLine(
+        "CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han "
+        "establecido");
+    // Exact emptiness: a value of blanks counts as set.
+    for (const std::string* field : {&ClaveUsuario, &IdUsuario, &Idioma, &FechaDispensacion, &IdFarmacia,
+                                     &IdFarmaceutico, &EnvasesDispensados, &Importe, &ImporteAportacion,
+                                     &IdProvincia})
+      if (field->empty()) {
+        trace.Result(false);
+        return false;
+      }
+    if (!ReadsAsDate(FechaDispensacion)) {
+      trace.Result(false);
+      return false;
+    }
+    if (!Trim(IDPrescripcion).empty()) {
+      result = true;
+    } else if (Trim(CodigoColegiadoPrescriptor).empty() || Trim(Tis).empty() ||
+               !ReadsAsDate(Trim(FechaPrescripcion)) || RegimenReceta == RegimenVacio ||
+               TipoPrescripcion == PrescripcionVacio) {
+      result = false;
+    } else {
+      result = !(TipoPrescripcion == Formula_Magistral && Trim(FormulaMagistral).empty());
+    }
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+}  // namespace velmora

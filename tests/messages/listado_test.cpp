@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+
+#include "fixture.h"
+#include "messages/identifier.h"
+#include "platform/files.h"
+#include "platform/xml/xml.h"
+#include "velmora/messages.h"
+
+namespace velmora::testing {
+namespace {
+
+class ListadoTest : public MessagesTest {
+ protected:
+  static CPeticionDispensacion Request(const std::string& id) {
+    CPeticionDispensacion p;
+    p.Importe = "10";
+    p.ImporteAportacion = "1";
+    p.IdFarmacia = "F1";
+    p.FechaDispensacion = "03/02/2024";
+    p.IDPrescripcion = id;
+    p.Idioma = "es";
+    p.IdUsuario = "U";
+    p.IdFarmaceutico = "FA";
+    p.ClaveUsuario = "K";
+    p.EnvasesDispensados = "1";
+    p.NumeroReceta = "NR-own";
+    p.IdProvincia = "48";
+    p.CodigoDispensado = "C1";
+    p.Tis = "T";
+    p.Lector = "READ1";
+    p.NombrePaciente = "Paciente";
+    p.NombreMedicamento = "Medicamento";
+    p.NecesitaVisado = "S";
+    return p;
+  }
+};
+
+TEST_F(ListadoTest, IdentifierHelperJoinsTheFieldsAndTheTime) {
+  CPeticionDispensacion p = Request("");
+  EXPECT_EQ(messages::MakePrescriptionIdentifier(p), "ITPF148F1UT240203090507");
+}
+
+TEST_F(ListadoTest, AddingARequestWithoutIdentifierGivesTheCallerOne) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request(" ");
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  EXPECT_EQ(p.IDPrescripcion, "ITPF148F1UT240203090507");
+  ASSERT_EQ(batch.Dispensaciones().Count(), 1u);
+  const CPeticionDispensacion& copy = *batch.Dispensaciones().Item(1);
+  EXPECT_EQ(copy.IDPrescripcion, "ITPF148F1UT240203090507");
+  EXPECT_TRUE(LogHas("CListadoDispensaciones.aniadirDispensacion:INICIO1. intItems : 1 y "));
+  EXPECT_TRUE(LogHas("CListadoDispensaciones.aniadirDispensacion:FIN. añadido : ITPF148F1UT240203090507\r\n"));
+}
+
+TEST_F(ListadoTest, TheCopyCarriesTheReaderAsItsPrescriptionNumber) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request("RX1");
+  p.CodigoColegiadoPrescriptor = "CP";
+  p.FechaPrescripcion = "01/01/2024";
+  p.FormulaMagistral = "FM";
+  p.RegimenReceta = Pensionista;
+  p.TipoPrescripcion = Principio_Activo;
+  p.SaveSOAPMsgToFile = true;
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  const CPeticionDispensacion& c = *batch.Dispensaciones().Item(1);
+  EXPECT_EQ(c.IDPrescripcion, "RX1");
+  EXPECT_EQ(c.NumeroReceta, "READ1");
+  EXPECT_EQ(c.Lector, "");
+  EXPECT_EQ(c.NecesitaVisado, "");
+  EXPECT_EQ(c.ClaveUsuario, "K");
+  EXPECT_EQ(c.CodigoColegiadoPrescriptor, "CP");
+  EXPECT_EQ(c.CodigoDispensado, "C1");
+  EXPECT_EQ(c.EnvasesDispensados, "1");
+  EXPECT_EQ(c.FechaDispensacion, "03/02/2024");
+  EXPECT_EQ(c.FechaPrescripcion, "01/01/2024");
+  EXPECT_EQ(c.FormulaMagistral, "FM");
+  EXPECT_EQ(c.IdFarmaceutico, "FA");
+  EXPECT_EQ(c.IdFarmacia, "F1");
+  EXPECT_EQ(c.Idioma, "es");
+  EXPECT_EQ(c.IdProvincia, "48");
+  EXPECT_EQ(c.IdUsuario, "U");
+  EXPECT_EQ(c.Importe, "10");
+  EXPECT_EQ(c.ImporteAportacion, "1");
+  EXPECT_EQ(c.RegimenReceta, Pensionista);
+  EXPECT_EQ(c.TipoPrescripcion, Principio_Activo);
+  EXPECT_EQ(c.Tis, "T");
+  EXPECT_EQ(c.NombrePaciente, "Paciente");
+  EXPECT_EQ(c.NombreMedicamento, "Medicamento");
+  EXPECT_FALSE(c.SaveSOAPMsgToFile);
+
+  // An empty reader gives an empty prescription number, whatever the request's own was.
+  CPeticionDispensacion q = Request("RX2");
+  q.Lector = "";
+  ASSERT_TRUE(batch.aniadirDispensacion(q));
+  EXPECT_EQ(batch.Dispensaciones().Item(2)->NumeroReceta, "");
+}
+
+TEST_F(ListadoTest, SameObjectTwiceGivesTwoIndependentCopies) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request("RX1");
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  p.Importe = "changed";
+  ASSERT_EQ(batch.Dispensaciones().Count(), 2u);
+  EXPECT_EQ(batch.Dispensaciones().Item(1)->Importe, "10");
+  EXPECT_EQ(batch.Dispensaciones().Item(2)->Importe, "10");
+  EXPECT_NE(batch.Dispensaciones().Item(1), batch.Dispensaciones().Item(2));
+}
+
+TEST_F(ListadoTest, IncompleteRequestIsNotAddedAndGives32002) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request("RX1");
+  p.ClaveUsuario = "";
+  EXPECT_FALSE(batch.aniadirDispensacion(p));
+  EXPECT_EQ(batch.Dispensaciones().Count(), 0u);
+  EXPECT_EQ(LastErrorNumber(), 32002);
+  EXPECT_EQ(LastError()->Source, "CListadoDispensaciones.añadirDispensacion");
+  EXPECT_EQ(LastError()->Description, "Inicialice los campos obligatorios");
+}
+
+TEST_F(ListadoTest, BatchBodyTakesPharmacyAndUserFromTheFirstItem) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion a = Request("RX1");
+  CPeticionDispensacion b = Request("ITPB");
+  b.IdFarmacia = "F2";
+  b.Lector = "READ2";
+  b.TipoPrescripcion = Efectos_Y_Accesorios;
+  ASSERT_TRUE(batch.aniadirDispensacion(a));
+  ASSERT_TRUE(batch.aniadirDispensacion(b));
+  const std::string expected =
+      "<PeticionDispensacion " + kEsquema + "> "
+      "<codFarmacia >F1</codFarmacia>\r\n"
+      "<idioma >es</idioma>\r\n"
+      "<idUsuario >U</idUsuario>\r\n"
+      "<idFarmaceutico >FA</idFarmaceutico>\r\n"
+      "<claveUsuario >K</claveUsuario>\r\n"
+      "<codProvincia >48</codProvincia>\r\n"
+      "<dispensaciones >\r\n"
+      "<P70ItemPeticionDispensacion>"
+      "<importe >10</importe>\r\n"
+      "<importeAportacion >1</importeAportacion>\r\n"
+      "<fechaDispensacion >20240203</fechaDispensacion>\r\n"
+      "<envasesDispensados >1</envasesDispensados>\r\n"
+      "<numeroReceta >READ1</numeroReceta>\r\n"
+      "<codigoDispensado >C1</codigoDispensado>\r\n"
+      "<idPrescripcion >RX1</idPrescripcion>\r\n"
+      "</P70ItemPeticionDispensacion>\r\n"
+      "<P70ItemPeticionDispensacion>"
+      "<importe >10</importe>\r\n"
+      "<importeAportacion >1</importeAportacion>\r\n"
+      "<fechaDispensacion >20240203</fechaDispensacion>\r\n"
+      "<envasesDispensados >1</envasesDispensados>\r\n"
+      "<numeroReceta >READ2</numeroReceta>\r\n"
+      "<codigoDispensado >C1</codigoDispensado>\r\n"
+      "<idPrescripcion ></idPrescripcion>\r\n"
+      "<codColegiadoPrescriptor ></codColegiadoPrescriptor>\r\n"
+      "<fechaPrescripcion ></fechaPrescripcion>\r\n"
+      "<TIS >T</TIS>\r\n"
+      "<nombreFormula ></nombreFormula>\r\n"
+      "<tipoPrescripcion >5</tipoPrescripcion>\r\n"
+      "</P70ItemPeticionDispensacion>\r\n"
+      "</dispensaciones>\r\n"
+      "</PeticionDispensacion>\r\n";
+  EXPECT_EQ(batch.ToString(false), expected);
+  EXPECT_EQ(batch.ToString(), expected);
+  const std::string env = batch.ToString(true);
+  EXPECT_EQ(env.rfind("<?xml version='1.0' encoding='UTF-8'?><SOAP-ENV:Envelope ", 0), 0u);
+  EXPECT_EQ(env.substr(env.size() - expected.size() - 20), expected + "</SOAP-ENV:Envelope>");
+
+  const std::string path = folder_.Path("Enviados/MD__RX1.xml");
+  ASSERT_TRUE(batch.ToXMLFile(path));
+  EXPECT_TRUE(LogHas("CListadoDispensaciones.ToXML:Generando archivo " + path + " con la petición de la dispensación"));
+  platform::xml::Document doc;
+  ASSERT_TRUE(doc.Load(path));
+  EXPECT_EQ(doc.ChildNodes().length(), 7u);
+  EXPECT_FALSE(batch.FromXMLFile(path));
+}
+
+TEST_F(ListadoTest, EmptyBatchReports32014) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request("RX1");
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  batch.ResetDispensacionesCol();
+  EXPECT_EQ(batch.Dispensaciones().Count(), 0u);
+  EXPECT_EQ(batch.ToString(false), "");
+  EXPECT_EQ(LastErrorNumber(), 32014);
+  EXPECT_EQ(LastError()->Description, "No hay dispensaciones para dispensar");
+  EXPECT_EQ(LastError()->Source, "CInterface.SolicitudDispensaciones");
+  const std::string path = folder_.Path("Enviados/empty.xml");
+  EXPECT_FALSE(batch.ToXMLFile(path));
+  EXPECT_EQ(LastErrorNumber(), 32003);
+  EXPECT_FALSE(platform::PathExists(path));
+}
+
+TEST_F(ListadoTest, UnescapedValueGives32003AndNoFile) {
+  CListadoDispensaciones batch;
+  CPeticionDispensacion p = Request("RX1");
+  p.Lector = "A&B";
+  ASSERT_TRUE(batch.aniadirDispensacion(p));
+  const std::string path = folder_.Path("Enviados/bad.xml");
+  EXPECT_FALSE(batch.ToXMLFile(path));
+  EXPECT_EQ(LastErrorNumber(), 32003);
+  EXPECT_FALSE(platform::PathExists(path));
+}
+
+}  // namespace
+}  // namespace velmora::testing

@@ -1,0 +1,218 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "fixture.h"
+#include "platform/files.h"
+#include "platform/xml/xml.h"
+#include "velmora/messages.h"
+
+namespace velmora::testing {
+namespace {
+
+const char* kFailureText =
+    "Errores internos en la aplicación 'Interface Velmora' impiden la realizar la dispensación. Consulte el "
+    "archivo de log para determinar la causa del error";
+
+const char* kRejected =
+    "<RespuestaPeticion>"
+    "<ResultResp>1</ResultResp>"
+    "<Respuestas>"
+    "<item><CodResp>10</CodResp><DescResp>Uno</DescResp><CodDisp>C1</CodDisp><TipResp>1</TipResp></item>"
+    "<item><codresp>20</codresp><descresp>Dos</descresp><coddisp>C2</coddisp><tipresp>2</tipresp></item>"
+    "<p:item xmlns:p='urn:p'><p:CodResp>30</p:CodResp><p:DescResp>Tres</p:DescResp><p:CodDisp>C3</p:CodDisp>"
+    "<p:TipResp>3</p:TipResp><p:Otro>x</p:Otro></p:item>"
+    "</Respuestas>"
+    "</RespuestaPeticion>";
+
+class RespDispensacionesTest : public MessagesTest {};
+
+TEST_F(RespDispensacionesTest, RowForm) {
+  CRespError e;
+  e.Codigo = "1";
+  e.Description = "D";
+  e.CodigoDispensado = "C";
+  e.TipoRespuesta = "T";
+  EXPECT_EQ(e.ToString(),
+            "<P70ItemRespuestaPeticionDispensacion>\r\n<CodResp>1</CodResp>\r\n<DescResp>D</DescResp>\r\n"
+            "<CodDisp>C</CodDisp>\r\n<TipResp>T</TipResp>\r\n</P70ItemRespuestaPeticionDispensacion>\r\n");
+}
+
+TEST_F(RespDispensacionesTest, CreateRespFillsAndReturnsTheSameRow) {
+  platform::xml::Document doc;
+  ASSERT_TRUE(doc.LoadXml("<i><CODRESP>5</CODRESP><tipResp>9</tipResp><x>y</x></i>"));
+  CRespError e;
+  e.Description = "kept";
+  CRespError& same = e.createResp(doc.ChildNodes());
+  EXPECT_EQ(&same, &e);
+  EXPECT_EQ(e.Codigo, "5");
+  EXPECT_EQ(e.TipoRespuesta, "9");
+  EXPECT_EQ(e.Description, "kept");
+  EXPECT_TRUE(LogHas("CRespError.createResp:inicio 3\r\n"));
+  EXPECT_TRUE(LogHas("CRespError.createResp:objetos CODRESP --> 5\r\n"));
+}
+
+TEST_F(RespDispensacionesTest, RejectedBatchGivesDistinctRows) {
+  folder_.Write("Recibidos/MD.xml", kRejected);
+  CRespDispensaciones r;
+  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/MD.xml")));
+  EXPECT_FALSE(r.blnCodigoErrorDisp);
+  EXPECT_FALSE(r.DispensacionRealizada());
+  ASSERT_EQ(r.ResultadoDispensacion().Count(), 3u);
+  const char* codes[] = {"10", "20", "30"};
+  const char* descs[] = {"Uno", "Dos", "Tres"};
+  for (size_t i = 1; i <= 3; ++i) {
+    EXPECT_EQ(r.ResultadoDispensacion().Item(i)->Codigo, codes[i - 1]);
+    EXPECT_EQ(r.ResultadoDispensacion().Item(i)->Description, descs[i - 1]);
+    EXPECT_EQ(r.ResultadoDispensacion().Item(i)->TipoRespuesta, std::to_string(i));
+    EXPECT_EQ(r.ResultadoDispensacion().Item(i)->CodigoDispensado, "C" + std::to_string(i));
+  }
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:nombre del nodo : ResultResp de i = 0\r\n"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:errrorrrr \r\n"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:en el for  yy \r\n"));
+}
+
+TEST_F(RespDispensacionesTest, AcceptedBatchDoesNotReadTheRows) {
+  folder_.Write("Recibidos/ok.xml",
+                "<RespuestaPeticion><resultresp>0</resultresp><Respuestas><i><CodResp>1</CodResp></i></Respuestas>"
+                "</RespuestaPeticion>");
+  CRespDispensaciones r;
+  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/ok.xml")));
+  EXPECT_TRUE(r.blnCodigoErrorDisp);
+  EXPECT_TRUE(r.DispensacionRealizada());
+  EXPECT_EQ(r.ResultadoDispensacion().Count(), 0u);
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:CORRECTOOOOOOOOOOOO \r\n"));
+  EXPECT_NE(r.ToString(false).find("<ResultResp >0</ResultResp>\r\n"), std::string::npos);
+}
+
+TEST_F(RespDispensacionesTest, RescanRules) {
+  CRespDispensaciones none;
+  platform::xml::Document doc;
+  ASSERT_TRUE(doc.LoadXml("<R><ResultResp>7</ResultResp></R>"));
+  ASSERT_TRUE(none.IObject_FromXML(doc.ChildNodes()));
+  EXPECT_EQ(none.ResultadoDispensacion().Count(), 0u);
+  EXPECT_FALSE(none.DispensacionRealizada());
+
+  // Two non-"0" result nodes read the rows twice; the list is read from the start each time.
+  CRespDispensaciones twice;
+  ASSERT_TRUE(doc.LoadXml("<R><Respuestas><i><CodResp>1</CodResp></i></Respuestas><ResultResp>1</ResultResp>"
+                          "<ResultResp>2</ResultResp></R>"));
+  ASSERT_TRUE(twice.IObject_FromXML(doc.ChildNodes()));
+  EXPECT_EQ(twice.ResultadoDispensacion().Count(), 2u);
+}
+
+TEST_F(RespDispensacionesTest, BodyAndRoundTrip) {
+  folder_.Write("Recibidos/MD.xml", kRejected);
+  CRespDispensaciones r;
+  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/MD.xml")));
+  const std::string body = r.ToString(false);
+  EXPECT_EQ(body,
+            "<RespuestaPeticion " + kEsquema + "> <ResultResp >1</ResultResp>\r\n<Respuestas >"
+            "<P70ItemRespuestaPeticionDispensacion>\r\n<CodResp>10</CodResp>\r\n<DescResp>Uno</DescResp>\r\n"
+            "<CodDisp>C1</CodDisp>\r\n<TipResp>1</TipResp>\r\n</P70ItemRespuestaPeticionDispensacion>\r\n"
+            "<P70ItemRespuestaPeticionDispensacion>\r\n<CodResp>20</CodResp>\r\n<DescResp>Dos</DescResp>\r\n"
+            "<CodDisp>C2</CodDisp>\r\n<TipResp>2</TipResp>\r\n</P70ItemRespuestaPeticionDispensacion>\r\n"
+            "<P70ItemRespuestaPeticionDispensacion>\r\n<CodResp>30</CodResp>\r\n<DescResp>Tres</DescResp>\r\n"
+            "<CodDisp>C3</CodDisp>\r\n<TipResp>3</TipResp>\r\n</P70ItemRespuestaPeticionDispensacion>\r\n"
+            "</Respuestas>\r\n</RespuestaPeticion>\r\n");
+  const std::string env = r.ToString(true);
+  EXPECT_EQ(env.rfind("<?xml version='1.0' encoding='UTF-8'?><SOAP-ENV:Envelope xmlns:SOAP-ENV=", 0), 0u);
+  EXPECT_EQ(env.substr(env.size() - body.size() - 20), body + "</SOAP-ENV:Envelope>");
+
+  const std::string path = folder_.Path("Recibidos/MD_out.xml");
+  ASSERT_TRUE(r.ToXMLFile(path));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.ToXML:Generando archivo " + path + " con la respuesta de la dispensación"));
+  CRespDispensaciones back;
+  ASSERT_TRUE(back.FromXMLFile(path));
+  EXPECT_EQ(back.ToString(false), body);
+  EXPECT_EQ(back.blnCodigoErrorDisp, r.blnCodigoErrorDisp);
+}
+
+TEST_F(RespDispensacionesTest, InternalResponseHoldsTheConfiguredRow) {
+  CRespDispensaciones r;
+  r.blnCodigoErrorDisp = true;
+  r.SetInternalResponse(true);
+  EXPECT_FALSE(r.blnCodigoErrorDisp);
+  EXPECT_FALSE(r.DispensacionRealizada());
+  ASSERT_EQ(r.ResultadoDispensacion().Count(), 1u);
+  const CRespError& row = *r.ResultadoDispensacion().Item(1);
+  EXPECT_EQ(row.Codigo, "1");
+  EXPECT_EQ(row.Description, "9999");
+  EXPECT_EQ(row.TipoRespuesta, "9999");
+  EXPECT_EQ(row.CodigoDispensado, "9999");
+  EXPECT_NE(r.ToString(false).find("<ResultResp >1</ResultResp>"), std::string::npos);
+  EXPECT_EQ(ErrorCount(), 0u);
+}
+
+TEST_F(RespDispensacionesTest, ForcedResponseStartsWithTheFailureRow) {
+  CRespDispensaciones r;
+  r.SetInternalResponse(false);
+  EXPECT_EQ(LastErrorNumber(), 32013);
+  EXPECT_EQ(LastError()->Source, "CRespDispensaciones.SetInternalResponse");
+  ASSERT_EQ(r.ResultadoDispensacion().Count(), 2u);
+  const CRespError& fail = *r.ResultadoDispensacion().Item(1);
+  EXPECT_EQ(fail.Codigo, "99999");
+  EXPECT_EQ(fail.Description, kFailureText);
+  EXPECT_EQ(fail.TipoRespuesta, "1");
+  EXPECT_EQ(fail.CodigoDispensado, "99999");
+  EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Codigo, "1");
+  EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Description, "9999");
+
+  const std::string path = folder_.Path("Recibidos/forced.xml");
+  ASSERT_TRUE(r.ToXMLFile(path));
+  CRespDispensaciones back;
+  ASSERT_TRUE(back.FromXMLFile(path));
+  ASSERT_EQ(back.ResultadoDispensacion().Count(), 2u);
+  EXPECT_EQ(back.ResultadoDispensacion().Item(1)->Description, kFailureText);
+}
+
+class RespDispensacionesNoIniTest : public MessagesTest {
+ protected:
+  RespDispensacionesNoIniTest() : MessagesTest("") {}
+};
+
+TEST_F(RespDispensacionesNoIniTest, WithoutIniExactlyOneFailureRow) {
+  for (bool obtained : {true, false}) {
+    CRespDispensaciones r;
+    r.SetInternalResponse(obtained);
+    EXPECT_EQ(LastErrorNumber(), 32001);
+    ASSERT_EQ(r.ResultadoDispensacion().Count(), 1u);
+    EXPECT_EQ(r.ResultadoDispensacion().Item(1)->Codigo, "99999");
+  }
+}
+
+TEST_F(RespDispensacionesTest, BadFilesGive32009AndUnescapedRowsGive32003) {
+  folder_.Write("Recibidos/ill.xml", "<RespuestaPeticion><ResultResp>1</ResultResp>");
+  for (const char* name : {"missing.xml", "ill.xml"}) {
+    CRespDispensaciones r;
+    EXPECT_FALSE(r.FromXMLFile(folder_.Path(std::string("Recibidos/") + name)));
+    EXPECT_EQ(LastErrorNumber(), 32009);
+    EXPECT_EQ(LastError()->Source, "CRespDispensaciones.FromXMLFile");
+  }
+  CRespDispensaciones r;
+  CRespError e;
+  e.Description = "a < b";
+  r.addDispensationResult(e);
+  const std::string path = folder_.Path("Recibidos/bad.xml");
+  EXPECT_FALSE(r.ToXMLFile(path));
+  EXPECT_EQ(LastErrorNumber(), 32003);
+  EXPECT_FALSE(platform::PathExists(path));
+}
+
+TEST_F(RespDispensacionesTest, AddedRowsAreCopies) {
+  CRespDispensaciones r;
+  CRespError e;
+  e.Codigo = "1";
+  r.addDispensationResult(e);
+  e.Codigo = "2";
+  r.addDispensationResult(e);
+  EXPECT_EQ(r.ResultadoDispensacion().Item(1)->Codigo, "1");
+  EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Codigo, "2");
+  IObject& contract = r;
+  EXPECT_TRUE(contract.RequiredFields());
+  EXPECT_EQ(contract.ToXML(), nullptr);
+}
+
+}  // namespace
+}  // namespace velmora::testing
