@@ -1,0 +1,229 @@
+#include "pdf/pdf_writer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "platform/error_map.h"
+#include "platform/fonts/cp1252.h"
+
+namespace velmora::pdf {
+namespace {
+
+constexpr size_t kFlushThreshold = 64 * 1024;
+
+thread_local WriterState tState;
+
+void AddToOffset(size_t count) {
+  int64_t next = static_cast<int64_t>(tState.offset) + static_cast<int64_t>(count);
+  if (next > std::numeric_limits<int32_t>::max()) Raise(6, "cPDF.WriteLine");
+  tState.offset = static_cast<int32_t>(next);
+}
+
+void Append(std::string_view bytes, bool appendCR) {
+  AddToOffset(bytes.size() + (appendCR ? 1 : 0));
+  if (tState.memoryMode) {
+    tState.memory.insert(tState.memory.end(), bytes.begin(), bytes.end());
+    if (appendCR) tState.memory.push_back('\r');
+    return;
+  }
+  tState.pending.append(bytes);
+  if (appendCR) tState.pending.push_back('\r');
+  if (tState.pending.size() >= kFlushThreshold) Flush();
+}
+
+// Decodes one UTF-8 sequence at s[i]; 0 when it is not a valid one.
+size_t DecodeUtf8(std::string_view s, size_t i, uint32_t* cp) {
+  auto byte = [&](size_t k) { return static_cast<uint8_t>(s[k]); };
+  uint8_t b0 = byte(i);
+  size_t len = 0;
+  uint32_t value = 0;
+  if (b0 < 0x80) {
+    *cp = b0;
+    return 1;
+  } else if (b0 >= 0xC2 && b0 <= 0xDF) {
+    len = 2, value = b0 & 0x1Fu;
+  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
+    len = 3, value = b0 & 0x0Fu;
+  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
+    len = 4, value = b0 & 0x07u;
+  } else {
+    return 0;
+  }
+  if (i + len > s.size()) return 0;
+  for (size_t k = 1; k < len; ++k) {
+    if ((byte(i + k) & 0xC0) != 0x80) return 0;
+    value = (value << 6) | (byte(i + k) & 0x3Fu);
+  }
+  if ((len == 3 && value < 0x800) || (len == 4 && (value < 0x10000 || value > 0x10FFFF)) ||
+      (value >= 0xD800 && value <= 0xDFFF))
+    return 0;
+  *cp = value;
+  return len;
+}
+
+char FromCodePoint(uint32_t cp) {
+  if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) return static_cast<char>(cp);
+  for (int b = 0x80; b < 0xA0; ++b)
+    if (platform::Cp1252CodePoint(static_cast<uint8_t>(b)) == cp) return static_cast<char>(b);
+  return '?';
+}
+
+}  // namespace
+
+WriterState& State() { return tState; }
+
+uint64_t NewDocumentId() {
+  thread_local uint64_t last = 0;
+  return ++last;
+}
+
+void ResetState() {
+  // A document left unfinished by an earlier writer: what was written stays, as it stands.
+  ReleaseOutput();
+  tState = WriterState{};
+}
+
+void Flush() {
+  if (tState.fd < 0) {
+    tState.pending.clear();
+    return;
+  }
+  size_t done = 0;
+  while (done < tState.pending.size()) {
+    ssize_t n = ::write(tState.fd, tState.pending.data() + done, tState.pending.size() - done);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      int err = errno;
+      tState.pending.clear();
+      platform::RaiseErrno(err, "cPDF.WriteLine");
+    }
+    done += static_cast<size_t>(n);
+  }
+  tState.pending.clear();
+}
+
+void CloseOutput() {
+  if (tState.fd < 0) return;
+  Flush();
+  int fd = tState.fd;
+  tState.fd = -1;
+  if (::close(fd) != 0) platform::RaiseErrno(errno, "cPDF.PDFClose");
+}
+
+void ReleaseOutput() noexcept {
+  if (tState.fd < 0) return;
+  try {
+    Flush();
+  } catch (const Error&) {
+    // Nothing more can be done for a file whose writer has gone; the descriptor is still freed.
+  }
+  ::close(tState.fd);
+  tState.fd = -1;
+}
+
+void AbandonOutput() noexcept {
+  if (tState.fd >= 0) {
+    ::close(tState.fd);
+    tState.fd = -1;
+    if (!tState.path.empty()) ::unlink(tState.path.c_str());
+  }
+  tState.pending.clear();
+}
+
+void WriteLine(std::string_view text, bool appendCR) { Append(ToCp1252(text), appendCR); }
+
+void WriteBytes(std::string_view bytes, bool appendCR) { Append(bytes, appendCR); }
+
+int16_t NextObjectNumber() {
+  int32_t next = tState.objectCounter + 1;
+  if (next > std::numeric_limits<int16_t>::max()) Raise(6, "cPDF.NextObjectNumber");
+  if (next >= 2 && next <= 4) next = 5;
+  tState.objectCounter = static_cast<int16_t>(next);
+  return tState.objectCounter;
+}
+
+void RegisterObject(int16_t number) { tState.objects.Add(number, tState.offset); }
+
+std::string ToCp1252(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    uint32_t cp = 0;
+    size_t len = DecodeUtf8(text, i, &cp);
+    if (len == 0) {
+      out.push_back(text[i]);
+      ++i;
+      continue;
+    }
+    out.push_back(FromCodePoint(cp));
+    i += len;
+  }
+  return out;
+}
+
+std::string HexString(std::string_view text) { return HexBytes(ToCp1252(text)); }
+
+std::string HexBytes(std::string_view bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(bytes.size() * 2);
+  for (char c : bytes) {
+    auto b = static_cast<uint8_t>(c);
+    out.push_back(kDigits[b >> 4]);
+    out.push_back(kDigits[b & 0x0F]);
+  }
+  return out;
+}
+
+std::string Fixed(double value, int decimals) {
+  char buf[64];
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
+  if (ec != std::errc()) return "0";
+  std::string s(buf, end);
+  if (!s.empty() && s[0] == '-' && s.find_first_not_of("-0.") == std::string::npos) s.erase(0, 1);
+  return s;
+}
+
+std::string Shortest(double value) {
+  char buf[64];
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, value);
+  if (ec != std::errc()) return "0";
+  return std::string(buf, end);
+}
+
+std::string Int(int64_t value) { return std::to_string(value); }
+
+int32_t ColorComponent(int32_t color, int component) {
+  if (component < 0 || component > 2) return 0;
+  return static_cast<int32_t>((static_cast<uint32_t>(color) >> (8 * component)) & 0xFFu);
+}
+
+std::string ColorTriple(int32_t color) {
+  return Fixed(ColorComponent(color, 0) / 255.0, 1) + " " + Fixed(ColorComponent(color, 1) / 255.0, 1) +
+         " " + Fixed(ColorComponent(color, 2) / 255.0, 1);
+}
+
+int16_t Sub16(int32_t a, int32_t b, const char* source) {
+  int32_t r = a - b;
+  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(6, source);
+  return static_cast<int16_t>(r);
+}
+
+int16_t Add16(int32_t a, int32_t b, const char* source) {
+  int32_t r = a + b;
+  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(6, source);
+  return static_cast<int16_t>(r);
+}
+
+uint8_t Grey(uint8_t r, uint8_t g, uint8_t b) {
+  return static_cast<uint8_t>((299 * r + 587 * g + 114 * b + 500) / 1000);
+}
+
+int32_t BitmapStride(int32_t width) { return (width * 3 + 3) & ~3; }
+
+}  // namespace velmora::pdf

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/clock.h"
+
+namespace velmora::testing {
+
+// The fixed moment every PDF test stamps: 5 March 2024, 14:07:09.
+inline constexpr platform::LocalTime kTestTime{2024, 3, 5, 14, 7, 9};
+
+// Pins the clock for the life of the object.
+class FixedClock {
+ public:
+  FixedClock() { platform::SetClockForTesting([] { return kTestTime; }); }
+  ~FixedClock() { platform::SetClockForTesting({}); }
+};
+
+std::string AsString(const std::vector<uint8_t>& bytes);
+std::string ReadBinary(const std::string& path);
+
+// Joins lines with a carriage return after each.
+std::string CrLines(const std::vector<std::string>& lines);
+
+struct ProgramResult {
+  int exitCode = -1;
+  std::string output;  // standard output and standard error together
+};
+// Runs a program (no shell) and waits for it.
+ProgramResult RunProgram(const std::vector<std::string>& argv);
+
+// Empty when the file passes `qpdf --check` with at most the warning that a stream keyword is
+// followed by a carriage return only (the writer's line end, by design); otherwise the reason.
+std::string QpdfProblems(const std::string& path);
+// Empty when pdftoppm renders every page without a word on standard error.
+std::string RenderProblems(const std::string& path);
+// Empty when the cross-reference table is consistent with the bytes: 20-byte entries, each offset
+// at the "N 0 obj" of its number, /Size equal to the entries, startxref at "xref".
+std::string XrefProblems(const std::string& pdf);
+// The text pdftotext extracts (UTF-8).
+std::string ExtractText(const std::string& path);
+
+}  // namespace velmora::testing

@@ -1,0 +1,287 @@
+#include <fstream>
+#include <iterator>
+
+#include "pdf/pdf_writer.h"
+#include "pdf_fixture.h"
+
+namespace velmora::testing {
+namespace {
+
+// The lines of the open page's content so far.
+std::string Content(const cPDF& pdf) {
+  std::string doc = AsString(pdf.GetPDFStream());
+  size_t start = static_cast<size_t>(pdf::State().streamStart);
+  return doc.substr(start);
+}
+
+std::vector<uint8_t> BarcodeFont() {
+  std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/resources/code_pdf417.ttf", std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+TEST_F(PdfTest, TrueTypeFontObjectsByteForByte) {
+  // Metrics set by hand, so the bytes follow from the rules alone: widths listed from the first
+  // to the last character, and a bounding-box width that is the running maximum without the
+  // first character's width (900 does not count; 408 does).
+  std::string expected = CrLines({
+      "5 0 obj",                                   // 198
+      "<<",                                        // 206
+      "/Type /FontDescriptor",                     // 209
+      "/FontName /TimesNewRoman",                  // 231
+      "/Flags 32 /FontBBox [ 0 -216 408 891 ] ",   // 256
+      "/StemV 80 ",                                // 296
+      "/ItalicAngle 0 /CapHeight 891",             // 307
+      "/Ascent 891 /Descent -216",                 // 337
+      ">>",                                        // 363
+      "endobj",                                    // 366
+      "6 0 obj",                                   // 373
+      "<< /Type /Font ",                           // 381
+      "/Subtype /TrueType",                        // 397
+      "/Name /F1",                                 // 416
+      "/BaseFont /TimesNewRoman,Bold",             // 426
+      "/FirstChar 32",                             // 456
+      "/LastChar 34",                              // 470
+      "/FontDescriptor 5 0 R",                     // 483
+      "/Encoding /WinAnsiEncoding",                // 505
+      "/Widths [ 900 333 408  ]",                  // 532
+      ">>",                                        // 557
+      "endobj",                                    // 560
+      "4 0 obj",                                   // 567
+      "<< ",
+      "/Font",
+      "<< ",
+      "/F1 6 0 R\r",
+      ">>",
+      ">>",
+      "endobj",
+      "2 0 obj",                                   // 613
+      "<<",
+      "/Type /Catalog",
+      "/Pages 3 0 R",
+      ">>",
+      "endobj",
+      "3 0 obj",                                   // 662
+      "<<",
+      "/Type /Pages",
+      "/Count 0",
+      "/Kids [ ]",
+      "/Resources 4 0 R",
+      ">>",
+      "endobj",
+      "xref",                                      // 732
+      "0 7",
+      "0000000000 65535 f ",
+      "0000000015 00000 n ",
+      "0000000613 00000 n ",
+      "0000000662 00000 n ",
+      "0000000567 00000 n ",
+      "0000000198 00000 n ",
+      "0000000373 00000 n ",
+      "trailer",
+      "<<",
+      "/Size 7",
+      "/Root 2 0 R",
+      "/Info 1 0 R",
+      ">>",
+      "startxref",
+      "732",
+      "%%EOF",
+  });
+  std::string bytes = WriteChecked("truetype.pdf", [](cPDF& pdf) {
+    cFont& f = pdf.Fonts.Add("F1", "Times New Roman", TrueType, Bold);
+    f.Measured = true;
+    f.FirstChar = 32;
+    f.LastChar = 34;
+    f.Widths[32] = 900;
+    f.Widths[33] = 333;
+    f.Widths[34] = 408;
+    f.Ascent = 891;
+    f.Descent = 216;
+  });
+  ASSERT_GT(bytes.size(), 198u);
+  EXPECT_EQ(bytes.substr(198), expected);
+}
+
+TEST_F(PdfTest, TrueTypeMetricsComeFromTheMetricCompatibleFace) {
+  cPDF pdf;
+  cFont& arial = pdf.Fonts.Add("F4", "Arial");
+  arial.Measure();
+  // Liberation Sans, metric-compatible with Arial: the widths Arial has.
+  EXPECT_EQ(arial.Widths[' '], 278);
+  EXPECT_EQ(arial.Widths['A'], 667);
+  EXPECT_EQ(arial.Widths[0xE9], 556);  // é
+  EXPECT_EQ(arial.Ascent, 905);
+  EXPECT_EQ(arial.Descent, 212);
+  EXPECT_EQ(arial.FirstChar, 32);
+  EXPECT_EQ(arial.LastChar, 255);
+  cFont& times = pdf.Fonts.Add("F1", "Times New Roman");
+  times.Measure();
+  EXPECT_EQ(times.Widths[' '], 250);
+  EXPECT_EQ(times.Widths['A'], 722);
+  cFont bold;
+  bold.LoadFontTTF("F9", "Arial", "Bold");
+  EXPECT_EQ(bold.fStyle, Bold);
+  EXPECT_EQ(bold.Widths['a'], 556);
+  EXPECT_EQ(bold.Widths['b'], 611);  // 556 in the regular face
+  EXPECT_EQ(pdf.GetTextWidth("AA", "F4", 10), 13.34);
+}
+
+TEST_F(PdfTest, TextWithAccentsIsHexOfWindows1252AndRendersAsAccents) {
+  std::string path = Path("accents.pdf");
+  std::string bytes = WriteChecked("accents.pdf", [](cPDF& pdf) {
+    pdf.Fonts.Add("F1", "Times New Roman");
+    pdf.NewPage();
+    pdf.WText(100, 50, "Dispensación señor Müller €", "F1", 14);
+  });
+  EXPECT_NE(bytes.find("<44697370656E73616369F36E207365F16F72204DFC6C6C65722080> Tj\r"), std::string::npos);
+  EXPECT_NE(ExtractText(path).find("Dispensación señor Müller €"), std::string::npos) << ExtractText(path);
+}
+
+TEST_F(PdfTest, WTextEdgeCases) {
+  cPDF pdf;
+  ASSERT_TRUE(pdf.PDFCreate());
+  pdf.Fonts.Add("F1", "Helvetica", Type1);
+  pdf.NewPage();
+  pdf.WText(42, 10, "", "F1", 9, 90);
+  EXPECT_EQ(Content(pdf), CrLines({"q", "BT", "/F1 9 Tf", "0.0000 1.0000 -1.0000 0.0000 10.0000 800.0000 Tm",
+                                   "0.0 0.0 0.0 rg", "<> Tj", "ET", "Q"}));
+  try {
+    pdf.WText(10, 10, "x", "F7", 9);
+    FAIL() << "unknown font accepted";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, 5);
+  }
+  pdf.SetTextColor(0x808080);
+  size_t before = Content(pdf).size();
+  pdf.WText(10, 10, "x", "F1", 9);
+  EXPECT_NE(Content(pdf).substr(before).find("\r0.5 0.5 0.5 rg\r"), std::string::npos);
+}
+
+TEST_F(PdfTest, WTextCodeWritesAllFourteenCodes) {
+  cPDF pdf;
+  ASSERT_TRUE(pdf.PDFCreate());
+  pdf.NewPage();
+  pdf.WTextCode(SetFont, {std::string("F1"), 12});  // no text object yet: nothing
+  EXPECT_EQ(Content(pdf), "");
+  pdf.WTextCode(BeginText);
+  pdf.WTextCode(SetFont, {std::string("F1"), 12});
+  pdf.WTextCode(SetColor, {0x0000FF});
+  pdf.WTextCode(SetPos, {100, 42});
+  pdf.WTextCode(TextShow, {std::string("Año")});
+  pdf.WTextCode(NewLine);
+  pdf.WTextCode(CharSpace, {0.5});
+  pdf.WTextCode(WordSpace, {2});
+  pdf.WTextCode(HorizontalScale, {90});
+  pdf.WTextCode(TextLeading, {14});
+  pdf.WTextCode(RenderMode, {int64_t{StrokeText}});
+  pdf.WTextCode(TextRise, {-3});
+  pdf.WTextCode(TransformationMatrix, {1, 0, 0, 1, 72.5, 700});
+  pdf.WTextCode(EndText);
+  pdf.WTextCode(TextShow, {std::string("ignored")});
+  EXPECT_EQ(Content(pdf), CrLines({"BT", "/F1 12 Tf", "1.0 0.0 0.0 rg", "100 800 Td", "<41F16F> Tj", "T*",
+                                   "0.5 Tc", "2 Tw", "90 Tz", "14 TL", "1 Tr", "-3 Ts",
+                                   "1.0000 0.0000 0.0000 1.0000 72.5000 700.0000 Tm", "ET"}));
+}
+
+TEST_F(PdfTest, WTextInsideAnOpenTextObjectWritesNoBTOrET) {
+  cPDF pdf;
+  ASSERT_TRUE(pdf.PDFCreate());
+  pdf.Fonts.Add("F1", "Helvetica", Type1);
+  pdf.NewPage();
+  pdf.WTextCode(BeginText);
+  pdf.WText(100, 50, "a", "F1", 10);
+  pdf.WTextCode(EndText);
+  EXPECT_EQ(Content(pdf), CrLines({"BT", "q", "/F1 10 Tf", "1.0000 0.0000 0.0000 1.0000 50.0000 742.0000 Tm",
+                                   "0.0 0.0 0.0 rg", "<61> Tj", "Q", "ET"}));
+}
+
+class TextBoxTest : public PdfTest {
+ protected:
+  void SetUp() override {
+    PdfTest::SetUp();
+    ASSERT_TRUE(pdf_.PDFCreate());
+    // Courier (Liberation Mono here): every character 600/1000 em, 6 points at size 10.
+    pdf_.Fonts.Add("C", "Courier", Type1).Measure();
+    pdf_.NewPage();
+  }
+  double Baseline() {
+    const cFont& f = pdf_.Fonts.Item("C");
+    return 10.0 * f.Ascent / (f.Ascent + f.Descent);
+  }
+  cPDF pdf_;
+};
+
+TEST_F(TextBoxTest, WidthsAndBreaking) {
+  EXPECT_EQ(pdf_.GetTextWidth("abc", "C", 10), 18.0);
+  EXPECT_EQ(pdf_.BreakLines("aaa bbb ccc ddd", "C", 10, 70), (std::vector<std::string>{"aaa bbb ccc", "ddd"}));
+  EXPECT_EQ(pdf_.BreakLines("abcdefghij", "C", 10, 30), (std::vector<std::string>{"abcde", "fghij"}));
+  EXPECT_EQ(pdf_.BreakLines("uno\r\ndos\n\ntres", "C", 10, 300),
+            (std::vector<std::string>{"uno", "dos", "", "tres"}));
+  EXPECT_EQ(pdf_.BreakLines("", "C", 10, 300), std::vector<std::string>{});
+  EXPECT_EQ(pdf_.BreakLines("  a   b  ", "C", 10, 300), std::vector<std::string>{"a b"});
+  EXPECT_EQ(pdf_.BreakLines("ñandú", "C", 10, 300), std::vector<std::string>{"ñandú"});
+  EXPECT_EQ(pdf_.GetCellHeight("aaa bbb ccc ddd", "C", 10, 70), 20.0);
+  EXPECT_EQ(pdf_.GetCellHeight("", "C", 10, 70), 0.0);
+}
+
+TEST_F(TextBoxTest, HorizontalAndVerticalAlignment) {
+  auto y = [&](double fromTop) { return pdf::Fixed(842 - fromTop, 2); };
+  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hRight, vBottom);
+  EXPECT_EQ(Content(pdf_), CrLines({"BT", "/C 10 Tf", "0.0 0.0 0.0 rg",
+                                    "1 0 0 1 132.00 " + y(100 + 30 + Baseline()) + " Tm", "<616263> Tj", "ET"}));
+  size_t at = Content(pdf_).size();
+  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hCenter, vMiddle, 0x00FF00);
+  EXPECT_EQ(Content(pdf_).substr(at),
+            CrLines({"BT", "/C 10 Tf", "0.0 1.0 0.0 rg", "1 0 0 1 91.00 " + y(100 + 15 + Baseline()) + " Tm",
+                     "<616263> Tj", "ET"}));
+  at = Content(pdf_).size();
+  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hLeft, vTop, 0, 0, 0, false, 5);
+  EXPECT_EQ(Content(pdf_).substr(at),
+            CrLines({"BT", "/C 10 Tf", "0.0 0.0 0.0 rg", "1 0 0 1 55.00 " + y(105 + Baseline()) + " Tm", "<616263> Tj",
+                     "ET"}));
+}
+
+TEST_F(TextBoxTest, JustifiedLinesSpreadTheirBlanks) {
+  pdf_.WTextBox(100, 50, 40, 70, "aaa bbb ccc ddd", "C", 10, hjustify);
+  auto y = [&](int line) { return pdf::Fixed(842 - (100 + 10 * line + Baseline()), 2); };
+  EXPECT_EQ(Content(pdf_), CrLines({"BT", "/C 10 Tf", "0.0 0.0 0.0 rg", "2.00 Tw", "1 0 0 1 50.00 " + y(0) + " Tm",
+                                    "<6161612062626220636363> Tj", "0 Tw",
+                                    "1 0 0 1 50.00 " + y(1) + " Tm", "<646464> Tj", "ET"}));
+}
+
+TEST_F(TextBoxTest, BorderIsDrawnFirst) {
+  pdf_.WTextBox(10, 10, 20, 30, "", "C", 10, hLeft, vTop, 0, 2, 0x0000FF);
+  EXPECT_EQ(Content(pdf_), CrLines({"q", "2 w", "1.0 0.0 0.0 RG", "10 832 30 -20 re", "S", "Q", "BT", "/C 10 Tf",
+                                    "0.0 0.0 0.0 rg", "ET"}));
+}
+
+TEST_F(PdfTest, EmbeddedTrueTypeFontFromBytes) {
+  std::vector<uint8_t> font = BarcodeFont();
+  ASSERT_FALSE(font.empty());
+  std::string path = Path("embedded.pdf");
+  std::string bytes = WriteChecked("embedded.pdf", [&](cPDF& pdf) {
+    cFont& f = pdf.Fonts.Add("F5", "Code PDF417");
+    f.EmbedFontData(font);
+    EXPECT_EQ(f.Widths['A'], 250);
+    EXPECT_EQ(f.Widths['+'], 1000);
+    pdf.NewPage();
+    pdf.WTextBox(100, 100, 100, 300, "+ABCDP", "F5", 8);
+  });
+  EXPECT_NE(bytes.find("/FontFile2 8 0 R\r"), std::string::npos);
+  EXPECT_NE(bytes.find("/Length1 " + std::to_string(font.size()) + "\r"), std::string::npos);
+  EXPECT_NE(bytes.find("/BaseFont /CodePDF417\r"), std::string::npos);
+  ProgramResult fonts = RunProgram({"pdffonts", path});
+  EXPECT_NE(fonts.output.find("CodePDF417"), std::string::npos) << fonts.output;
+  EXPECT_NE(fonts.output.find("WinAnsi          yes no"), std::string::npos) << fonts.output;  // embedded
+
+  cFont bad;
+  try {
+    bad.EmbedFontData({1, 2, 3});
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, 5);
+  }
+}
+
+}  // namespace
+}  // namespace velmora::testing
