@@ -9,7 +9,7 @@ packages=(
   libfreetype-dev libfontconfig-dev fonts-liberation fontconfig
   libzint-dev libstb-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  qpdf poppler-utils python3 python3-zxing-cpp python3-pil
+  qpdf poppler-utils python3 python3-zxing-cpp python3-pil tinyproxy
 )
 
 missing=()

@@ -1,8 +1,9 @@
+#include "velmora/interface.h"
+
 #include "core/context.h"
 #include "interface/road.h"
 #include "messages/identifier.h"
 #include "platform/text.h"
-#include "velmora/interface.h"
 
 namespace velmora {
 

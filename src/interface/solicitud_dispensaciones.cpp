@@ -1,9 +1,10 @@
+#include "velmora/interface.h"
+
 #include "core/context.h"
 #include "interface/road.h"
 #include "platform/attributes.h"
 #include "platform/files.h"
 #include "platform/text.h"
-#include "velmora/interface.h"
 #include "velmora/pdf.h"
 
 namespace velmora {

@@ -1,9 +1,10 @@
+#include "velmora/interface.h"
+
 #include <cmath>
 
 #include "core/context.h"
 #include "interface/directory_watch.h"
 #include "platform/attributes.h"
-#include "velmora/interface.h"
 
 namespace velmora {
 

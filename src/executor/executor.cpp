@@ -1,0 +1,144 @@
+#include "velmora/executor.h"
+
+#include "core/context.h"
+#include "executor/executor_impl.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+#include "platform/vbconv.h"
+#include "velmora/messages.h"
+
+namespace velmora {
+
+namespace {
+
+constexpr const char* kInitialize = "CExecutor.Class_Initialize";
+constexpr const char* kConnect = "CExecutor.ConectarServicio";
+
+}  // namespace
+
+CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
+  core::Context& ctx = core::ThreadContext();
+  try {
+    const std::string base = platform::WithSlash(platform::RuntimeFolder()) + platform::kLibraryTitle;
+    logFile_ = base + ".log";
+    traceFile_ = base + ".txt";
+    iniFile_ = base + ".ini";
+    ctx.MessageLog.FileName = logFile_;
+    ctx.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
+    ctx.MessageLog.Flags = lfgToFile | lfgToDebug;
+    ctx.TraceLog.FileName = traceFile_;
+    ctx.TraceLog.Title = "Log de trazas del ";
+    ctx.TraceLog.Flags = 0;
+    ctx.Errors.ResetErrorsCollection();
+    CListadoDispensaciones scratch;
+    scratch.ResetDispensacionesCol();
+    ctx.Config.IniFile = iniFile_;
+    if (!ctx.Config.LoadIni()) Raise(32001, kInitialize);
+    CFileAdmin().DeleteLogFileIfExcededSize();
+    // Written while the trace is still off, as it always was: only the closing line can appear.
+    ctx.TraceLog.WriteTrace(true, kInitialize, {}, true);
+    impl_->client = std::make_unique<platform::SoapClient>();
+    servicio_ = ctx.Config.Servicio;
+    opciones_ |= ctx.Config.GuardarPeticionSOAP;
+    ctx.MessageLog.Flags = ctx.Config.GenerarLog == 1 ? (lfgToFile | lfgToDebug) : 0;
+    ctx.TraceLog.Flags = ctx.Config.GenerarTrace == 1 ? lfgToFile : 0;
+    enabled_ = true;
+    ctx.Auditor().Enable(ctx.Config.Auditar);
+    ctx.Auditor().DiaryStore(ctx.Config.ArchivoDiario != 0);
+    core::LogLine(idPrescripcion_ + " " + "Se cargó correctamente la configuración del archivo " + iniFile_);
+  } catch (const std::exception& e) {
+    core::HandleError(kInitialize, e);
+  }
+  try {
+    ctx.TraceLog.WriteTrace(false, kInitialize, {}, true);
+  } catch (const std::exception&) {
+    // A trace that cannot be written must not undo a start-up that worked.
+  }
+}
+
+CExecutor::~CExecutor() = default;
+
+void CExecutor::LogWithId(const std::string& text) const { core::LogLine(idPrescripcion_ + " " + text); }
+
+void CExecutor::Recovered(const std::string& value, const char* property) const {
+  LogWithId("Recuperado el valor '" + value + "' para la propiedad " + property);
+}
+
+bool CExecutor::Conectado() const {
+  Recovered(platform::BoolText(conectado_), "Conectado");
+  return conectado_;
+}
+
+std::string CExecutor::NombreServicio() const {
+  Recovered(servicio_, "NombreServicio");
+  return servicio_;
+}
+
+std::string CExecutor::NombreLog() const {
+  Recovered(logFile_, "NombreLog");
+  return logFile_;
+}
+
+bool CExecutor::DatosEnviados() const {
+  Recovered(platform::BoolText(datosEnviados_), "DatosEnviados");
+  return datosEnviados_;
+}
+
+CError& CExecutor::Errores() { return errores_; }
+
+int32_t CExecutor::OpcionesLog() const { return core::ThreadContext().MessageLog.Flags; }
+void CExecutor::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Flags = value; }
+
+void CExecutor::CopySharedErrors() {
+  errores_ = CError();
+  for (const CErrorItem& item : core::ThreadContext().Errors.Errores()) errores_.AddError2(item);
+}
+
+bool CExecutor::ConectarServicio() {
+  core::TraceScope trace(kConnect);
+  bool result = false;
+  try {
+    if (conectado_) {
+      LogWithId(std::string(kConnect) + ":El servicio ya está conectado");
+    } else {
+      LogWithId(std::string(kConnect) + ":Conectando con el servicio web");
+      if (!impl_->client) impl_->client = std::make_unique<platform::SoapClient>();
+      platform::SoapClient& client = *impl_->client;
+      // Read at every connection, so a change of the proxy needs no restart.
+      auto proxy = [&](const char* key) { return GetPrivateProfileStringEx(iniFile_, "Proxy", key); };
+      const int16_t utilizarProxy = platform::ToInt16(proxy("UtilizarProxy"), kConnect);
+      const std::string timeOut = proxy("TimeOut");
+      // Not a connector property: a service with a private CA needs it whether or not a proxy
+      // is configured, and already for fetching the WSDL.
+      client.CertificateAuthorityFile(proxy("CAFile"));
+      if (utilizarProxy > 0) {
+        const std::string servidor = proxy("Servidor");
+        const std::string puerto = proxy("Puerto");
+        const std::string usuario = proxy("Usuario");
+        const std::string password = proxy("Password");
+        const std::string usarProxy = proxy("UsarProxy");
+        // The proxy is set before the WSDL is fetched, because the description comes through
+        // it too; a site that only reaches the service through a proxy could not start
+        // otherwise. The time-out is the calls' and is set after.
+        client.ConnectorProperty("UseProxy", platform::ToInt16(usarProxy, kConnect) > 0);
+        client.ConnectorProperty("ProxyPort", platform::ToInt32(puerto, kConnect));
+        client.ConnectorProperty("ProxyServer", servidor);
+        client.ConnectorProperty("ProxyUser", usuario);
+        client.ConnectorProperty("ProxyPassword", password);
+        client.mssoapinit(servicio_);
+        if (platform::IsNumeric(timeOut)) client.ConnectorProperty("Timeout", platform::ToInt32(timeOut, kConnect));
+      } else {
+        client.mssoapinit(servicio_);
+      }
+      conectado_ = true;
+      if (AlConectar) AlConectar();
+    }
+    result = true;
+  } catch (const std::exception& e) {
+    core::HandleError(kConnect, e);
+  }
+  trace.Result(result);
+  return result;
+}
+
+}  // namespace velmora

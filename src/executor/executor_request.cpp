@@ -1,0 +1,121 @@
+#include "velmora/executor.h"
+
+#include <memory>
+#include <optional>
+
+#include "core/context.h"
+#include "executor/executor_impl.h"
+#include "platform/attributes.h"
+#include "platform/xml/xml.h"
+#include "velmora/messages.h"
+
+namespace velmora {
+
+namespace {
+
+// What tells the single request and the batch apart; every other step is shared.
+struct RequestTexts {
+  const char* method;
+  const char* operation;
+  const char* receivingLine;
+};
+
+constexpr RequestTexts kSingle = {"CExecutor.SolicitudDispensacion", "SolicitudDispensacion",
+                                  "SolicitudDispensacion:Recibiendo mensaje SOAP 'RespuestaPeticion' "};
+constexpr RequestTexts kBatch = {"CExecutor.SolicitudDispensaciones", "SolicitudDispensacionMasiva",
+                                 "SolicitudDispensaciones:Recibiendo mensaje SOAP 'RespuestaPeticion' "};
+
+// Both kinds raise a load failure under the single request's name: that is the source this
+// error has always carried, and log readers match on it. The line before the hidden mark is
+// shared the same way.
+constexpr const char* kLoadErrorSource = "CExecutor.SolicitudDispensacion";
+constexpr const char* kHiddenLine = "CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden";
+
+class ResponseFile {
+ public:
+  virtual ~ResponseFile() = default;
+  virtual bool Fill(const XmlNodeList& nodes) = 0;
+  virtual bool Write(const std::string& path) = 0;
+};
+
+template <class Response>
+class ResponseFileOf : public ResponseFile {
+ public:
+  bool Fill(const XmlNodeList& nodes) override { return response_.IObject_FromXML(nodes); }
+  bool Write(const std::string& path) override { return response_.ToXMLFile(path); }
+
+ private:
+  Response response_;
+};
+
+}  // namespace
+
+bool CExecutor::SolicitudDispensacion(const std::string& strIdPrescripcion) { return Request(false, strIdPrescripcion); }
+
+bool CExecutor::SolicitudDispensaciones(const std::string& strIdPrescripcion) { return Request(true, strIdPrescripcion); }
+
+bool CExecutor::Request(bool batch, const std::string& id) {
+  const RequestTexts& texts = batch ? kBatch : kSingle;
+  const std::string method = texts.method;
+  core::Context& ctx = core::ThreadContext();
+  core::TraceScope trace(method);
+  bool result = false;
+  try {
+    LogWithId(method + ":Iniciando la solicitud de dispensación ");
+    if (!enabled_) Raise(32005, method);
+    if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion();
+
+    CFileAdmin folders;
+    if (batch) {
+      core::LogLine(method + " SendedPath : " + folders.GetSendedPath());
+      core::LogLine(method + " strIdPrescripcion : " + id);
+    }
+    platform::xml::Document request;
+    if (!request.Load(folders.GetSendedPath() + id + ".xml")) Raise(32009, kLoadErrorSource);
+
+    if (!ConectarServicio()) Raise(32010, method);
+    LogWithId(method + ":Enviando mensaje SOAP 'PeticionDispensacion' ");
+    folders.MakeAuditor();
+    ctx.Auditor().Save(id, audMarkMsgSended);
+
+    std::optional<XmlNodeList> answer = impl_->client->Call(texts.operation, request.ChildNodes());
+    datosEnviados_ = true;
+    ctx.Auditor().Save(id, audMarkMsgReceived);
+    ctx.Config.UpdateAndSaveSended();
+    if (!answer) Raise(32000, method);
+    core::LogLine(id + " " + texts.receivingLine);
+    ctx.Config.UpdateAndSaveReceived();
+
+    std::unique_ptr<ResponseFile> response;
+    if (batch)
+      response = std::make_unique<ResponseFileOf<CRespDispensaciones>>();
+    else
+      response = std::make_unique<ResponseFileOf<CRespuestaPeticion>>();
+    if (!response->Fill(*answer)) Raise(32000, method);
+
+    folders.MakeReceived();
+    LogWithId(method + ":Antes de escribir en el fichero");
+    // The file appears under its final name only whole (written aside, then renamed), so a
+    // killed executor never leaves half a response for the waiting side to read.
+    const std::string path = folders.GetReceivedPath() + id + ".xml";
+    if (!response->Write(path)) Raise(32008, method);
+    LogWithId(method + ":DESPUES de escribir en el fichero");
+    LogWithId(kHiddenLine);
+    // The completion mark the waiting side polls for: hidden and nothing else.
+    platform::SetAttributes(path, platform::kAttrHidden, method);
+
+    if (ctx.Auditor().StoreInDelayed(id)) {
+      folders.MakeDelayed();
+      folders.MoveToDelayed(folders.GetReceivedPath(), id + ".xml");
+    }
+    result = true;
+    if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion();
+  } catch (const std::exception& e) {
+    core::HandleError(method, e);
+  }
+  CopySharedErrors();
+  trace.Result(result);
+  return result;
+}
+
+}  // namespace velmora

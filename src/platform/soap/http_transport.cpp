@@ -1,0 +1,145 @@
+#include "platform/soap/http_transport.h"
+
+#include <curl/curl.h>
+
+#include <mutex>
+
+#include "platform/soap/soap_error.h"
+
+namespace velmora::platform {
+
+namespace {
+
+// Beyond any message of this service; a larger answer is a misbehaving peer.
+constexpr size_t kMaxReplyBytes = 16u * 1024u * 1024u;
+constexpr long kConnectTimeoutMs = 10000;
+
+void GlobalInit() {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+size_t Collect(char* data, size_t size, size_t count, void* user) {
+  auto* body = static_cast<std::string*>(user);
+  size_t n = size * count;
+  if (body->size() + n > kMaxReplyBytes) return 0;  // curl ends the transfer with a write error
+  body->append(data, n);
+  return n;
+}
+
+struct HeaderList {
+  curl_slist* list = nullptr;
+  ~HeaderList() { curl_slist_free_all(list); }
+  void Add(const std::string& header) { list = curl_slist_append(list, header.c_str()); }
+};
+
+}  // namespace
+
+struct HttpTransport::Impl {
+  CURL* curl = nullptr;
+  char errorBuffer[CURL_ERROR_SIZE] = {};
+};
+
+HttpTransport::HttpTransport() : impl_(std::make_unique<Impl>()) { GlobalInit(); }
+
+HttpTransport::~HttpTransport() {
+  if (impl_->curl) curl_easy_cleanup(impl_->curl);
+}
+
+namespace {
+
+void Apply(CURL* curl, const ConnectionSettings& settings, long timeoutMs) {
+  // Every exchange starts from libcurl's defaults (nothing left over from the previous one);
+  // open connections survive the reset, so a second call reuses the first one's.
+  curl_easy_reset(curl);
+  curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);
+  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
+  curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!settings.caFile.empty()) curl_easy_setopt(curl, CURLOPT_CAINFO, settings.caFile.c_str());
+  // A time-out of zero would mean "wait for ever" to libcurl; nobody configures that on purpose.
+  if (timeoutMs <= 0) timeoutMs = 30000;
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, timeoutMs);
+  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs < kConnectTimeoutMs ? timeoutMs : kConnectTimeoutMs);
+  if (settings.useProxy && !settings.proxyServer.empty()) {
+    curl_easy_setopt(curl, CURLOPT_PROXY, settings.proxyServer.c_str());
+    curl_easy_setopt(curl, CURLOPT_PROXYPORT, static_cast<long>(settings.proxyPort));
+    curl_easy_setopt(curl, CURLOPT_PROXYTYPE, static_cast<long>(CURLPROXY_HTTP));
+    curl_easy_setopt(curl, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_ANY));
+    if (!settings.proxyUser.empty()) {
+      curl_easy_setopt(curl, CURLOPT_PROXYUSERNAME, settings.proxyUser.c_str());
+      curl_easy_setopt(curl, CURLOPT_PROXYPASSWORD, settings.proxyPassword.c_str());
+    }
+  } else {
+    // An empty proxy, not an unset one: otherwise http_proxy and friends from the environment
+    // would route the calls somewhere nobody configured.
+    curl_easy_setopt(curl, CURLOPT_PROXY, "");
+  }
+}
+
+HttpReply Perform(CURL* curl, char* errorBuffer, const std::string& url, long timeoutMs, const std::string& source) {
+  HttpReply reply;
+  curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
+  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &reply.body);
+  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, errorBuffer);
+  errorBuffer[0] = '\0';
+  CURLcode code = curl_easy_perform(curl);
+  long connectCode = 0;
+  curl_easy_getinfo(curl, CURLINFO_HTTP_CONNECTCODE, &connectCode);
+  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &reply.status);
+  if (connectCode == 407 || (code == CURLE_OK && reply.status == 407))
+    RaiseSoapError(SoapFailure::ProxyAuth, source, url);
+  if (code != CURLE_OK) {
+    std::string text = errorBuffer[0] ? errorBuffer : curl_easy_strerror(code);
+    text = url + ": " + text + " (curl " + std::to_string(static_cast<int>(code)) + ")";
+    if (code == CURLE_OPERATION_TIMEDOUT)
+      RaiseSoapError(SoapFailure::Timeout, source, std::to_string(timeoutMs) + " ms, " + text);
+    RaiseSoapError(SoapFailure::Transport, source, text);
+  }
+  return reply;
+}
+
+}  // namespace
+
+HttpReply HttpTransport::Get(const std::string& url, const ConnectionSettings& settings, int32_t timeoutMs,
+                             const std::string& source) {
+  if (!impl_->curl) impl_->curl = curl_easy_init();
+  if (!impl_->curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
+  CURL* curl = impl_->curl;
+  Apply(curl, settings, timeoutMs);
+  curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
+  return Perform(curl, impl_->errorBuffer, url, timeoutMs, source);
+}
+
+HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soapAction, const std::string& envelope,
+                                  const ConnectionSettings& settings, const std::string& source) {
+  if (!impl_->curl) impl_->curl = curl_easy_init();
+  if (!impl_->curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
+  CURL* curl = impl_->curl;
+  Apply(curl, settings, settings.timeoutMs);
+  HeaderList headers;  // declared before the guard below, so freed after the handle forgets it
+  headers.Add("Content-Type: text/xml; charset=\"UTF-8\"");
+  headers.Add("SOAPAction: \"" + soapAction + "\"");
+  // Without this curl waits up to a second for "100 Continue" before sending a larger body.
+  headers.Add("Expect:");
+  curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers.list);
+  curl_easy_setopt(curl, CURLOPT_POST, 1L);
+  curl_easy_setopt(curl, CURLOPT_POSTFIELDS, envelope.data());
+  curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(envelope.size()));
+  curl_easy_setopt(curl, CURLOPT_USERAGENT, "velmora-soap/1.0");
+  // The handle outlives this call's header list and body, so it must not keep pointers to them.
+  struct Forget {
+    CURL* curl;
+    ~Forget() {
+      curl_easy_setopt(curl, CURLOPT_HTTPHEADER, nullptr);
+      curl_easy_setopt(curl, CURLOPT_POSTFIELDS, nullptr);
+    }
+  } forget{curl};
+  return Perform(curl, impl_->errorBuffer, url, settings.timeoutMs, source);
+}
+
+}  // namespace velmora::platform

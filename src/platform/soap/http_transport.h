@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace velmora::platform {
+
+// How the client reaches the service: the connector properties, in libcurl's terms.
+struct ConnectionSettings {
+  bool useProxy = false;
+  std::string proxyServer;
+  int32_t proxyPort = 0;
+  std::string proxyUser;
+  std::string proxyPassword;
+  int32_t timeoutMs = 30000;  // the whole exchange of one call
+  std::string caFile;         // extra trust for services with a private CA; empty: the system's
+};
+
+struct HttpReply {
+  long status = 0;
+  std::string body;
+};
+
+// One libcurl handle, kept for the client's life so that calls reuse the connection.
+// Verification of the peer and of the host name is never switched off.
+class HttpTransport {
+ public:
+  HttpTransport();
+  ~HttpTransport();
+  HttpTransport(const HttpTransport&) = delete;
+  HttpTransport& operator=(const HttpTransport&) = delete;
+
+  // GET, following a few redirects; `timeoutMs` replaces the settings' time-out.
+  HttpReply Get(const std::string& url, const ConnectionSettings& settings, int32_t timeoutMs,
+                const std::string& source);
+  // POST of a SOAP 1.1 request with its SOAPAction (sent quoted).
+  HttpReply PostSoap(const std::string& url, const std::string& soapAction, const std::string& envelope,
+                     const ConnectionSettings& settings, const std::string& source);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace velmora::platform

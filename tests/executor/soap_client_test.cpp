@@ -1,0 +1,279 @@
+// The SOAP client against the real simulator on 127.0.0.1.
+#include "platform/soap/soap_client.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/soap/soap_error.h"
+#include "platform/xml/xml.h"
+#include "test_processes.h"
+#include "velmora/error.h"
+
+namespace velmora::testing {
+namespace {
+
+using platform::SoapClient;
+
+// A request body as the library writes it into Enviados.
+std::string RequestBody(const std::string& codigo) {
+  return "<PeticionDispensacion xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
+         "<importe>12,50</importe><importeAportacion>1,20</importeAportacion><codFarmacia>F1</codFarmacia>"
+         "<claveUsuario>p&amp;ss&lt;1</claveUsuario><codigoDispensado>" +
+         codigo + "</codigoDispensado><idPrescripcion>RX1</idPrescripcion></PeticionDispensacion>";
+}
+
+platform::xml::Document Loaded(const std::string& text) {
+  platform::xml::Document doc;
+  EXPECT_TRUE(doc.LoadXml(text));
+  return doc;
+}
+
+std::vector<std::string> Names(const XmlNodeList& list) {
+  std::vector<std::string> names;
+  for (size_t i = 0; i < list.length(); ++i) names.push_back(list.Item(i).nodeName());
+  return names;
+}
+
+// The texts of the item children of the element called `name`.
+std::vector<std::string> Items(const XmlNodeList& list, const std::string& name) {
+  for (size_t i = 0; i < list.length(); ++i)
+    if (list.Item(i).nodeName() == name) {
+      std::vector<std::string> items;
+      XmlNodeList children = list.Item(i).childNodes();
+      for (size_t j = 0; j < children.length(); ++j) items.push_back(children.Item(j).Text());
+      return items;
+    }
+  ADD_FAILURE() << "no element " << name;
+  return {};
+}
+
+std::string ErrorOf(SoapClient& client, const std::string& operation, const std::string& body) {
+  platform::xml::Document doc = Loaded(body);
+  try {
+    client.Call(operation, doc.ChildNodes());
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number, platform::kSoapClientError);
+    EXPECT_EQ(e.Source, "SoapClient." + operation);
+    return e.Description;
+  }
+  return "no error";
+}
+
+TEST(SoapClient, SendsTheNodeListAsThePartAndReadsTheReturnPart) {
+  SimulatorProcess sim;
+  SoapClient client;
+  client.mssoapinit(sim.WsdlUrl());
+  EXPECT_EQ(client.Description().endpoint, sim.BaseUrl() + "/dispensacion");
+  platform::xml::Document doc = Loaded(RequestBody("sim:warnings"));
+  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
+  ASSERT_TRUE(result);
+  EXPECT_EQ(Names(*result), (std::vector<std::string>{"NMotivosRechazo", "NAvisos", "textoAviso", "textoMotivosRechazo",
+                                                      "codigoMotivosRechazo", "codigoAviso"}));
+  EXPECT_EQ(Items(*result, "codigoAviso"), (std::vector<std::string>{"0000", "1201"}));
+  EXPECT_EQ(Items(*result, "textoAviso")[1], "Atención: envase próximo a caducar");
+
+  std::vector<std::string> records = sim.Records();
+  ASSERT_EQ(records.size(), 1u);
+  const std::string& r = records[0];
+  EXPECT_EQ(SimulatorProcess::Field(r, "problem"), "");
+  EXPECT_EQ(SimulatorProcess::Field(r, "soapAction"), "\"urn:Dispensacion#SolicitudDispensacion\"");
+  EXPECT_EQ(SimulatorProcess::Field(r, "namespace"), "urn:Dispensacion");
+  EXPECT_EQ(SimulatorProcess::Field(r, "part"), "arg0");
+  EXPECT_EQ(SimulatorProcess::Field(r, "contentType"), "text/xml; charset=\"UTF-8\"");
+  // The nodes are the accessor's content, in order, escaped as XML.
+  std::string body = SimulatorProcess::Field(r, "body");
+  EXPECT_NE(body.find("<arg0 xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"><importe>12,50</importe>"
+                      "<importeAportacion>1,20</importeAportacion><codFarmacia>F1</codFarmacia>"
+                      "<claveUsuario>p&amp;ss&lt;1</claveUsuario>"),
+            std::string::npos)
+      << body;
+}
+
+TEST(SoapClient, AnotherWsdlWithOtherNamesWorksUnchanged) {
+  SimulatorProcess sim({"--flavour", "alternate"});
+  SoapClient client;
+  client.mssoapinit(sim.WsdlUrl());
+  platform::xml::Document doc = Loaded(RequestBody("sim:rejected"));
+  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
+  ASSERT_TRUE(result);
+  EXPECT_EQ(Items(*result, "codigoMotivosRechazo"), (std::vector<std::string>{"2001", "2002"}));
+  std::string r = sim.Records().at(0);
+  EXPECT_EQ(SimulatorProcess::Field(r, "problem"), "");
+  EXPECT_EQ(SimulatorProcess::Field(r, "part"), "peticion");
+  EXPECT_EQ(SimulatorProcess::Field(r, "path"), "/servicios/receta-v2");
+  EXPECT_EQ(SimulatorProcess::Field(r, "soapAction"), "\"http://receta.example.org/v2/acciones/Dispensar\"");
+}
+
+TEST(SoapClient, ResolvesMultiReferencesAndKeepsArrays) {
+  SimulatorProcess sim;
+  SoapClient client;
+  client.mssoapinit(sim.WsdlUrl());
+  platform::xml::Document doc = Loaded(RequestBody("sim:multiref"));
+  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
+  ASSERT_TRUE(result);
+  EXPECT_EQ(Names(*result).size(), 6u);
+  EXPECT_EQ(result->Item(1).Text(), "1");
+  EXPECT_EQ(Items(*result, "codigoAviso"), (std::vector<std::string>{"0000"}));
+  EXPECT_EQ(Items(*result, "textoAviso"), (std::vector<std::string>{"Atención: dosis > 2 \"revisar\" — ñandú"}));
+  EXPECT_TRUE(Items(*result, "codigoMotivosRechazo").empty());
+}
+
+TEST(SoapClient, BatchOperationAndNilReturn) {
+  SimulatorProcess sim;
+  SoapClient client;
+  client.mssoapinit(sim.WsdlUrl());
+  platform::xml::Document batch = Loaded(
+      "<PeticionDispensacion><codFarmacia>F1</codFarmacia><dispensaciones>"
+      "<P70ItemPeticionDispensacion><codigoDispensado>sim:batch-rejected</codigoDispensado></P70ItemPeticionDispensacion>"
+      "<P70ItemPeticionDispensacion><codigoDispensado>654321</codigoDispensado></P70ItemPeticionDispensacion>"
+      "</dispensaciones></PeticionDispensacion>");
+  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacionMasiva", batch.ChildNodes());
+  ASSERT_TRUE(result);
+  EXPECT_EQ(Names(*result), (std::vector<std::string>{"ResultResp", "Respuestas"}));
+  XmlNodeList rows = result->Item(1).childNodes();
+  ASSERT_EQ(rows.length(), 2u);
+  EXPECT_EQ(rows.Item(1).childNodes().Item(2).Text(), "654321");
+
+  platform::xml::Document single = Loaded(RequestBody("sim:noreturn"));
+  EXPECT_FALSE(client.Call("SolicitudDispensacion", single.ChildNodes()));
+}
+
+TEST(SoapClient, EachFailureSaysWhatHappened) {
+  SimulatorProcess sim;
+  SoapClient client;
+  client.mssoapinit(sim.WsdlUrl());
+  client.ConnectorProperty("Timeout", int32_t{400});
+  struct Case {
+    const char* scenario;
+    const char* expected;
+  } cases[] = {
+      {"fault", "SOAP Fault: soapenv:Server - Error interno del servicio de dispensación (simulado) "
+                "(java.lang.IllegalStateException: base de datos no disponible)"},
+      {"http500", "Error HTTP: HTTP 500 de "},
+      {"illformed", "Respuesta SOAP mal formada: "},
+      {"drop", "(curl 18)"},
+      {"slow-2", "Tiempo de espera agotado: 400 ms"},
+  };
+  for (const Case& c : cases) {
+    std::string error = ErrorOf(client, "SolicitudDispensacion", RequestBody(std::string("sim:") + c.scenario));
+    EXPECT_NE(error.find(c.expected), std::string::npos) << c.scenario << ": " << error;
+  }
+  // Still usable after every kind of failure.
+  platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
+  EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+  EXPECT_NE(ErrorOf(client, "NoSuchOperation", RequestBody("x")).find("no tiene la operación"), std::string::npos);
+}
+
+TEST(SoapClient, RefusedConnectionAndMissingDescription) {
+  SoapClient client;
+  std::string port = std::to_string(UnusedPort());
+  try {
+    client.mssoapinit("http://127.0.0.1:" + port + "/dispensacion?wsdl");
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Source, "SoapClient.mssoapinit");
+    EXPECT_NE(e.Description.find("Error de conexión: http://127.0.0.1:" + port), std::string::npos) << e.Description;
+  }
+  EXPECT_THROW(client.mssoapinit("/nonexistent/service.wsdl"), Error);
+  EXPECT_FALSE(client.Initialised());
+}
+
+TEST(SoapClient, DescriptionFromAFileAndEnvironmentProxiesIgnored) {
+  SimulatorProcess sim;
+  // Saved copy of the WSDL, read through file:// and as a plain path.
+  std::string folder = ::testing::TempDir();
+  std::string path = folder + "velmora-service.wsdl";
+  {
+    ChildProcess curl({"/usr/bin/curl", "-s", "-o", path, sim.WsdlUrl()});
+    ASSERT_EQ(curl.Wait(10000), 0);
+  }
+  // A proxy in the environment that leads nowhere: the client must not use it.
+  std::string dead = "http://127.0.0.1:" + std::to_string(UnusedPort());
+  setenv("http_proxy", dead.c_str(), 1);
+  setenv("HTTP_PROXY", dead.c_str(), 1);
+  for (const std::string& url : {"file://" + path, path}) {
+    SoapClient client;
+    client.mssoapinit(url);
+    platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
+    EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes())) << url;
+  }
+  unsetenv("http_proxy");
+  unsetenv("HTTP_PROXY");
+}
+
+TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
+  SimulatorProcess sim;
+  for (bool withCredentials : {false, true}) {
+    ProxyProcess proxy(withCredentials ? "farmacia" : "", withCredentials ? "s3creta" : "");
+    if (proxy.Port() == 0) GTEST_SKIP() << "tinyproxy is not installed";
+    SoapClient client;
+    client.ConnectorProperty("UseProxy", true);
+    client.ConnectorProperty("ProxyServer", std::string("127.0.0.1"));
+    client.ConnectorProperty("ProxyPort", proxy.Port());
+    if (withCredentials) {
+      client.ConnectorProperty("ProxyUser", std::string("farmacia"));
+      client.ConnectorProperty("ProxyPassword", std::string("s3creta"));
+    }
+    client.mssoapinit(sim.WsdlUrl());
+    platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
+    EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+    EXPECT_NE(SimulatorProcess::Field(sim.Records().back(), "via").find("tinyproxy"), std::string::npos);
+
+    if (!withCredentials) continue;
+    // No credentials: the proxy's 407 is reported as such. Wrong ones: this proxy answers 401,
+    // and the error names the proxy it went through.
+    for (const char* password : {"", "otra"}) {
+      SoapClient refused;
+      refused.ConnectorProperty("UseProxy", true);
+      refused.ConnectorProperty("ProxyServer", std::string("127.0.0.1"));
+      refused.ConnectorProperty("ProxyPort", proxy.Port());
+      if (*password) {
+        refused.ConnectorProperty("ProxyUser", std::string("farmacia"));
+        refused.ConnectorProperty("ProxyPassword", std::string(password));
+      }
+      try {
+        refused.mssoapinit(sim.WsdlUrl());
+        ADD_FAILURE() << "the proxy let a request through with password '" << password << "'";
+      } catch (const Error& e) {
+        std::string expected = *password ? "HTTP 401 (a través del proxy 127.0.0.1:" + std::to_string(proxy.Port()) + ")"
+                                         : "El proxy rechazó las credenciales (HTTP 407)";
+        EXPECT_NE(e.Description.find(expected), std::string::npos) << e.Description;
+      }
+    }
+  }
+}
+
+TEST(SoapClient, HttpsNeedsTheServiceCaUnlessTrusted) {
+  SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
+  {
+    SoapClient client;
+    try {
+      client.mssoapinit(sim.WsdlUrl());
+      FAIL() << "an unknown certificate was accepted";
+    } catch (const Error& e) {
+      EXPECT_NE(e.Description.find("Error de conexión"), std::string::npos) << e.Description;
+    }
+  }
+  SoapClient client;
+  client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
+  client.mssoapinit(sim.WsdlUrl());
+  platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
+  EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+}
+
+TEST(SoapClient, ConnectorPropertiesAreCheckedByName) {
+  SoapClient client;
+  client.ConnectorProperty("Timeout", std::string("1500"));
+  EXPECT_EQ(client.Settings().timeoutMs, 1500);
+  client.ConnectorProperty("UseProxy", false);
+  EXPECT_FALSE(client.Settings().useProxy);
+  EXPECT_THROW(client.ConnectorProperty("timeout", int32_t{1}), Error);  // names are case-sensitive
+  EXPECT_THROW(client.ConnectorProperty("ProxyPort", std::string("80a")), Error);
+}
+
+}  // namespace
+}  // namespace velmora::testing
