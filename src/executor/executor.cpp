@@ -1,6 +1,7 @@
 #include "velmora/executor.h"
 
 #include "core/context.h"
+#include "core/start_up.h"
 #include "executor/executor_impl.h"
 #include "platform/paths.h"
 #include "platform/text.h"
@@ -19,20 +20,12 @@ constexpr const char* kConnect = "CExecutor.ConectarServicio";
 CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
   core::Context& ctx = core::ThreadContext();
   try {
-    const std::string base = platform::WithSlash(platform::RuntimeFolder()) + platform::kLibraryTitle;
-    logFile_ = base + ".log";
-    traceFile_ = base + ".txt";
-    iniFile_ = base + ".ini";
-    ctx.MessageLog.FileName = logFile_;
-    ctx.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
-    ctx.MessageLog.Flags = lfgToFile | lfgToDebug;
-    ctx.TraceLog.FileName = traceFile_;
-    ctx.TraceLog.Title = "Log de trazas del ";
-    ctx.TraceLog.Flags = 0;
-    ctx.Errors.ResetErrorsCollection();
+    const core::StartUpFiles files = core::PrepareSharedObjects();
+    logFile_ = files.log;
+    traceFile_ = files.trace;
+    iniFile_ = files.ini;
     CListadoDispensaciones scratch;
     scratch.ResetDispensacionesCol();
-    ctx.Config.IniFile = iniFile_;
     if (!ctx.Config.LoadIni()) Raise(32001, kInitialize);
     CFileAdmin().DeleteLogFileIfExcededSize();
     // Written while the trace is still off, as it always was: only the closing line can appear.
@@ -40,11 +33,8 @@ CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
     impl_->client = std::make_unique<platform::SoapClient>();
     servicio_ = ctx.Config.Servicio;
     opciones_ |= ctx.Config.GuardarPeticionSOAP;
-    ctx.MessageLog.Flags = ctx.Config.GenerarLog == 1 ? (lfgToFile | lfgToDebug) : 0;
-    ctx.TraceLog.Flags = ctx.Config.GenerarTrace == 1 ? lfgToFile : 0;
+    core::ApplyLoadedConfiguration();
     enabled_ = true;
-    ctx.Auditor().Enable(ctx.Config.Auditar);
-    ctx.Auditor().DiaryStore(ctx.Config.ArchivoDiario != 0);
     core::LogLine(idPrescripcion_ + " " + "Se cargó correctamente la configuración del archivo " + iniFile_);
   } catch (const std::exception& e) {
     core::HandleError(kInitialize, e);

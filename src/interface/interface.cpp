@@ -1,7 +1,7 @@
 #include "velmora/interface.h"
 
 #include "core/context.h"
-#include "platform/paths.h"
+#include "core/start_up.h"
 
 namespace velmora {
 
@@ -9,21 +9,13 @@ CInterface::CInterface() {
   constexpr const char* kMethod = "CInterface.Class_Initialize";
   auto& context = core::ThreadContext();
   try {
-    const std::string folder = platform::WithSlash(CFileAdmin().GetDllPath());
-    logFile_ = folder + platform::kLibraryTitle + ".log";
-    traceFile_ = folder + platform::kLibraryTitle + ".txt";
-    iniFile_ = folder + platform::kLibraryTitle + ".ini";
-    context.MessageLog.FileName = logFile_;
-    context.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
-    context.MessageLog.Flags = lfgToFile | lfgToDebug;
-    context.TraceLog.FileName = traceFile_;
-    context.TraceLog.Title = "Log de trazas del ";
-    context.TraceLog.Flags = 0;
-    context.Errors.ResetErrorsCollection();
+    const core::StartUpFiles files = core::PrepareSharedObjects();
+    logFile_ = files.log;
+    traceFile_ = files.trace;
+    iniFile_ = files.ini;
     CListadoDispensaciones scratch;
     scratch.ResetDispensacionesCol();
 
-    context.Config.IniFile = iniFile_;
     if (!context.Config.LoadIni()) Raise(32001, kMethod);
 
     CFileAdmin().DeleteLogFileIfExcededSize();
@@ -31,13 +23,10 @@ CInterface::CInterface() {
     context.TraceLog.WriteTrace(true, "CExecutor.Class_Initialize", {}, true);
     serviceName_ = context.Config.Servicio;
     opciones_ |= context.Config.GuardarPeticionSOAP;
-    context.MessageLog.Flags = context.Config.GenerarLog == 1 ? (lfgToFile | lfgToDebug) : 0;
-    context.TraceLog.Flags = context.Config.GenerarTrace == 1 ? lfgToFile : 0;
+    core::ApplyLoadedConfiguration();
     flag1_ = 0;
     flag2_ = 0;
     enabled_ = true;
-    context.Auditor().Enable(context.Config.Auditar);
-    context.Auditor().DiaryStore(context.Config.ArchivoDiario != 0);
     core::LogLine("Se cargó correctamente la configuración del archivo " + iniFile_);
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);

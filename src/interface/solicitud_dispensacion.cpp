@@ -36,23 +36,8 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     interface::StartExecutor(id, false, kMethod);
     const bool arrived = WaitResponse(id);
 
-    ResponseTypeEnum type;
-    std::string fileToLoad;
-    if (arrived) {
-      type = rspReceived;
-      fileToLoad = responseFile;
-      auditor.Save(id, audSetResponse, rcvService, {});
-    } else if (files.ExistDefaultResponseFile()) {
-      type = rspDefault;
-      fileToLoad = files.DefaultResponseFile();
-      auditor.Save(id, audSetResponse, rcvXML, {});
-    } else {
-      type = rspInternal;
-      response->SetInternalResponse(true);
-      auditor.Save(id, audSetResponse, rcvInternal, {});
-    }
-    if (!fileToLoad.empty()) response->FromXMLFile(fileToLoad);
-    interface::CleanUpMessageFiles(id, type);
+    const ResponseTypeEnum type =
+        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseFile(), responseFile, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);

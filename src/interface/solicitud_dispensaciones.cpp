@@ -50,26 +50,12 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     interface::StartExecutor(id, true, kMethod);
     const bool arrived = WaitResponse(id);
 
-    ResponseTypeEnum type;
-    std::string fileToLoad;
-    if (arrived) {
-      // The hidden completion mark comes off before the file is read.
-      if (platform::PathExists(responseFile)) platform::SetAttributes(responseFile, platform::kAttrArchive, kMethod);
-      type = rspReceived;
-      fileToLoad = responseFile;
-      auditor.Save(id, audSetResponse, rcvService, {});
-    } else if (files.ExistDefaultResponseArchive()) {
-      // Tested by one member, named by another: the pairing is kept as installations have it.
-      type = rspDefault;
-      fileToLoad = files.DefaultResponseFile();
-      auditor.Save(id, audSetResponse, rcvXML, {});
-    } else {
-      type = rspInternal;
-      response->SetInternalResponse(true);
-      auditor.Save(id, audSetResponse, rcvInternal, {});
-    }
-    if (!fileToLoad.empty()) response->FromXMLFile(fileToLoad);
-    interface::CleanUpMessageFiles(id, type);
+    // The hidden completion mark comes off before the file is read.
+    if (arrived && platform::PathExists(responseFile))
+      platform::SetAttributes(responseFile, platform::kAttrArchive, kMethod);
+    // Tested by one member, named by another: the pairing is kept as installations have it.
+    const ResponseTypeEnum type =
+        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
