@@ -131,6 +131,12 @@ HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soa
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, envelope.data());
   curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(envelope.size()));
   curl_easy_setopt(curl, CURLOPT_USERAGENT, "velmora-soap/1.0");
+  // A dispensation is posted on a connection of its own. On a reused one that the service has
+  // meanwhile closed, libcurl silently sends the request again, and the service could register
+  // the same dispensation twice; a fresh connection also keeps the body from waiting on the
+  // previous exchange's delayed acknowledgement.
+  curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
+  curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
   // The handle outlives this call's header list and body, so it must not keep pointers to them.
   struct Forget {
     CURL* curl;

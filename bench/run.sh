@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# Builds the benchmarks (Release, build/bench), runs them all, and rewrites bench/RESULTS.md
+# with the date, the machine, the command and the figures beside their anchors.
+#
+#   bench/run.sh [extra Google Benchmark flags, e.g. --benchmark_filter=Receipt]
+set -euo pipefail
+
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+root="$(dirname "$here")"
+build="$root/build/bench"
+
+bash "$root/scripts/bootstrap.sh"
+bash "$root/scripts/bench_deps.sh"
+
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DVELMORA_BENCH=ON -DVELMORA_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" --target velmora_bench -j2
+
+work="$(mktemp -d "${TMPDIR:-/tmp}/velmora-bench-XXXXXX")"
+trap 'rm -rf "$work"' EXIT
+command=("$build/bench/velmora_bench" --summary_out="$work/summary.md" "$@")
+echo "running: ${command[*]}"
+"${command[@]}" 2>&1 | tee "$work/console.txt"
+
+cpu="$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')"
+mem_kb="$(grep -m1 MemTotal /proc/meminfo | grep -o '[0-9]*')"
+load="$(cut -d' ' -f1-3 /proc/loadavg)"
+{
+  echo "# Benchmark results"
+  echo
+  echo "Written by \`bench/run.sh\`; every run replaces this file."
+  echo
+  echo "- date: $(date -u '+%Y-%m-%d %H:%M:%S UTC')"
+  echo "- machine: $(nproc) cores, ${cpu}, $((mem_kb / 1024)) MiB memory, Linux $(uname -r)"
+  echo "- load average when the run ended: ${load} (the machine is shared)"
+  echo "- command: \`bench/run.sh $*\`"
+  echo "  (runs \`build/bench/bench/velmora_bench $*\`, Release build)"
+  echo
+  echo "## Figures beside their anchors"
+  echo
+  cat "$work/summary.md"
+  echo
+  cat <<'NOTES'
+## How each figure is taken
+
+- One dispensation: `CInterface::SolicitudDispensacion` against `velmora-sim` answering at once
+  (`IntervaloComprobacion` 1, audit and log on), median of 40 calls after one warm-up. Anchor:
+  `posix_spawn` and wait of `velmora_bench_trivial` (linked and loaded with libcurl and pugixml,
+  does nothing), plus one libcurl POST, on a fresh connection, of the envelope executor.exe sent
+  (taken from the simulator's record of the warm-up). The two "where it goes" rows are not
+  anchors: executor.exe started for an id with no request file, and the same POST made after a
+  WSDL GET on the same kept-alive connection, as executor.exe makes it.
+- Wait: `getrusage(RUSAGE_SELF)` around one call whose answer comes after the time-out
+  (`PeticionTimeOut` 5, scenario `slow-6`); beside it, one second of a loop that looks for the
+  file on every pass without blocking.
+- Throughput: 4 host processes started at once, sharing one runtime folder; each sends 50
+  dispensations at once (one thread and one `CInterface` each, released together). Requests
+  cycle through the scenarios accepted / warnings / rejected; every response must be the one of
+  its own request's scenario, come from the service, and the simulator must have received each
+  prescription id exactly once with that scenario.
+- Receipt: `cPDF::mostrarPDF` of 1,000 dispensations, median of 5 after one warm-up that installs
+  the barcode font. PoDoFo anchor: the content streams of the same run's receipt read back into
+  drawing operations (texts with their fonts, lines, boxes, the logo) and replayed through
+  `PdfPainter` onto 250 pages, fonts created the same way (F5 embedded, the others not), streams
+  uncompressed as ours, then written to a file. Plain-writer anchor: the same file's lines
+  appended to one `std::string` with object offsets kept, the cross-reference table made from
+  them, then written with one `fwrite`; the benchmark checks that its bytes equal the receipt's.
+- Code 128: `BarCode128::Barras` (set B) of 1,000 receipt-like texts against libzint encoding the
+  same texts as `BARCODE_CODE128` (one symbol reused with `ZBarcode_Clear`), median of 30 rounds.
+- Times are wall-clock on a machine shared with other developers' builds; the load average above
+  says how busy it was.
+NOTES
+  echo
+  echo "## Google Benchmark output"
+  echo
+  echo '```'
+  cat "$work/console.txt"
+  echo '```'
+} >"$here/RESULTS.md"
+echo "wrote $here/RESULTS.md"

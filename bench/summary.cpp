@@ -1,0 +1,103 @@
+#include "summary.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+
+namespace velmora::bench {
+
+namespace {
+
+std::map<std::string, double>& Figures() {
+  static std::map<std::string, double> figures;
+  return figures;
+}
+
+std::string Num(double v, int decimals = 2) {
+  if (v < 0) return "n/a";
+  char buf[64];
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, decimals);
+  return ec == std::errc() ? std::string(buf, end) : std::string("?");
+}
+
+// "met" / "missed" for a figure that must stay at or under `limit`.
+std::string AtMost(double value, double limit) {
+  if (value < 0) return "not run";
+  return value <= limit ? "met" : "missed";
+}
+
+void Row(std::ostream& out, const std::string& what, const std::string& figure, const std::string& anchor,
+         const std::string& ratio, const std::string& target, const std::string& verdict) {
+  out << "| " << what << " | " << figure << " | " << anchor << " | " << ratio << " | " << target << " | "
+      << verdict << " |\n";
+}
+
+double Ratio(double a, double b) { return a < 0 || b <= 0 ? -1 : a / b; }
+
+}  // namespace
+
+void Put(const std::string& key, double value) { Figures()[key] = value; }
+
+double Get(const std::string& key) {
+  auto it = Figures().find(key);
+  return it == Figures().end() ? -1 : it->second;
+}
+
+double Median(std::vector<double>& samples) {
+  if (samples.empty()) return -1;
+  std::sort(samples.begin(), samples.end());
+  const size_t n = samples.size();
+  return n % 2 ? samples[n / 2] : (samples[n / 2 - 1] + samples[n / 2]) / 2;
+}
+
+void PrintSummary(std::ostream& out) {
+  out << "| measure | figure | anchor (same run) | ratio | target | verdict |\n";
+  out << "|---|---|---|---|---|---|\n";
+
+  const double disp = Get("dispensation_ms"), anchor = Get("anchor_ms");
+  const double dispRatio = Ratio(disp, anchor);
+  Row(out, "one dispensation, host call to response (median)", Num(disp) + " ms",
+      Num(anchor) + " ms (spawn+wait " + Num(Get("anchor_spawn_ms")) + " ms + POST " + Num(Get("anchor_post_ms")) +
+          " ms)",
+      Num(dispRatio) + "x", "<= 1.5x", AtMost(dispRatio, 1.5));
+
+  out << "|  where it goes: executor.exe start-up alone (no request file, no network) | "
+      << Num(Get("executor_start_ms")) << " ms | trivial program " << Num(Get("anchor_spawn_ms"))
+      << " ms | | | |\n";
+  out << "|  where it goes: POST after a WSDL GET on the same connection | " << Num(Get("post_after_wsdl_ms"))
+      << " ms | POST on a fresh connection " << Num(Get("anchor_post_ms")) << " ms | | | |\n";
+
+  const double wait = Get("wait_cpu_percent");
+  Row(out, "host CPU during a wait with no answer", Num(wait, 3) + " % of a core (" + Num(Get("wait_cpu_ms")) +
+          " ms CPU over " + Num(Get("wait_wall_s")) + " s)",
+      "spinning wait: " + Num(Get("spin_cpu_percent"), 1) + " %", "-", "< 0.5 %",
+      wait < 0 ? "not run" : wait < 0.5 ? "met" : "missed");
+
+  const double tput = Get("throughput_per_s");
+  const double lost = Get("throughput_lost"), wrong = Get("throughput_wrong");
+  std::string verdict = "not run";
+  if (tput >= 0) verdict = tput >= 150 && lost == 0 && wrong == 0 ? "met" : "missed";
+  Row(out, "throughput, 4 hosts x 50 dispensations at once",
+      Num(tput, 1) + " /s (" + Num(Get("throughput_wall_s")) + " s; lost " + Num(lost, 0) + ", wrong " +
+          Num(wrong, 0) + ", failed hosts " + Num(Get("throughput_failed_hosts"), 0) + ")",
+      "-", "-", ">= 150 /s, 0 lost, 0 wrong", verdict);
+
+  const double receipt = Get("receipt_ms"), podofo = Get("receipt_podofo_ms"), plain = Get("receipt_plain_ms");
+  Row(out, "receipt of 1,000 dispensations (250 pages), median", Num(receipt) + " ms",
+      "PoDoFo, same page content: " + Num(podofo) + " ms", Num(Ratio(receipt, podofo)) + "x", "<= 0.2x",
+      AtMost(Ratio(receipt, podofo), 0.2));
+  Row(out, "receipt of 1,000 dispensations, median", Num(receipt) + " ms",
+      "string-appending writer, same bytes: " + Num(plain) + " ms", Num(Ratio(receipt, plain)) + "x", "<= 2x",
+      AtMost(Ratio(receipt, plain), 2.0));
+
+  const double barras = Get("barras_us"), zint = Get("zint_code128_us");
+  Row(out, "Code 128 of 1,000 texts (Barras), median", Num(barras) + " us",
+      "libzint Code 128, same texts: " + Num(zint) + " us", Num(Ratio(barras, zint)) + "x", "<= 1x",
+      AtMost(Ratio(barras, zint), 1.0));
+
+  out << "\nWhere the receipt's time goes (same run): PDF417 symbols of the 1,000 data texts "
+      << Num(Get("receipt_pdf417_ms")) << " ms; Code 128 patterns (1,250 Barras calls) "
+      << Num(Get("receipt_barras_ms")) << " ms; file " << Num(Get("receipt_bytes") / 1024.0, 0) << " KiB.\n";
+}
+
+}  // namespace velmora::bench
