@@ -17,3 +17,7 @@ run_suite "$here/build/test"
 # The sanitizer run is the one that proves no parser reads out of bounds and nothing leaks.
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_suite "$here/build/sanitize" -DVELMORA_SANITIZE=ON
+
+# The installed package as an integrator uses it: C and Python hosts against velmora-sim.
+# It reuses the first build rather than compiling everything a third time.
+VELMORA_INSTALL_CHECK_BUILD="$here/build/test" "$here/scripts/install_check.sh"

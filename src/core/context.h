@@ -1,4 +1,3 @@
-// TEMPORARY NOTE TO EVERY DEVELOPER WORKING NOW: read /tmp/rules.md before going on (house rules: no git commands, own build folder, no mention of the specification in code, tests 1/4-1/3 of code, fuzz targets, ASan). The lead removes this line.
 #pragma once
 
 #include <exception>

@@ -31,7 +31,8 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     files.MakeSended();
     if (!interface::IsPlainFileName(id) || !request.ToXMLFile(requestFile)) Raise(32007, kMethod);
     auditor.Save(id, audMarkPetitionDone, rcvNone, {});
-    if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(request.IDPrescripcion);
+    // A copy: a handler that rewrites the request must not pull its own argument from under it.
+    if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(std::string(request.IDPrescripcion));
 
     interface::StartExecutor(id, false, kMethod);
     const bool arrived = WaitResponse(id);

@@ -47,6 +47,17 @@ class Simulator {
   pid_t pid_ = -1;
 };
 
+// velmora-sim beside the library (a build tree's runtime folder), else beside this program (an
+// installed package keeps programs in bin/ and the library in lib/).
+std::string SimulatorProgram(const std::string& root) {
+  if (access((root + "velmora-sim").c_str(), X_OK) == 0) return root + "velmora-sim";
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return root + "velmora-sim";
+  std::string path(self, static_cast<size_t>(n));
+  return path.substr(0, path.rfind('/') + 1) + "velmora-sim";
+}
+
 // The port the simulator writes once it listens; 0 when it has not within the bound.
 int WaitForPort(const std::string& portFile) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(15);
@@ -98,11 +109,12 @@ int Demo(std::ostream& out, std::ostream& err) {
   // The receipt opens in a viewer only where a person can look at it.
   if (!getenv("VELMORA_PDF_VIEWER") && !getenv("DISPLAY")) setenv("VELMORA_PDF_VIEWER", "", 1);
 
-  Simulator sim(root + "velmora-sim", portFile, scenarios);
+  const std::string simulator = SimulatorProgram(root);
+  Simulator sim(simulator, portFile, scenarios);
   const int port = sim.Started() ? WaitForPort(portFile) : 0;
   unlink(portFile.c_str());
   if (port == 0) {
-    err << "velmora demo: the simulator did not start (" << root << "velmora-sim)\n";
+    err << "velmora demo: the simulator did not start (" << simulator << ")\n";
     return 1;
   }
   const std::string previous = GetPrivateProfileStringEx(ini, "Configuracion", "Servicio");

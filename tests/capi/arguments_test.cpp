@@ -1,0 +1,205 @@
+// What the C interface does with arguments a C host gets wrong: null handles, null strings,
+// null outputs, unknown selectors, indexes out of range, bytes that are not UTF-8, and
+// exceptions that must stop at the boundary.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "capi/boundary.h"
+#include "capi/utf8.h"
+#include "support/runtime_folder.h"
+#include "velmora/velmora.h"
+
+namespace {
+
+struct Call {
+  const char* name;
+  std::function<int()> call;
+};
+
+// Every function that takes a pointer, called with a null where a pointer belongs. The handles
+// passed beside the null are real, so a function that checked only its first argument would
+// crash or answer OK here.
+TEST(CApiArguments, EveryNullIsAnsweredWithAnErrorCode) {
+  velmora::testing::RuntimeFolder folder;
+  velmora_CInterface* iface = nullptr;
+  velmora_CPeticionDispensacion* request = nullptr;
+  velmora_CListadoDispensaciones* list = nullptr;
+  ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
+  ASSERT_EQ(velmora_CPeticionDispensacion_create(&request), VELMORA_OK);
+  ASSERT_EQ(velmora_CListadoDispensaciones_create(&list), VELMORA_OK);
+  const char* text = nullptr;
+  int flag = 0;
+  int32_t number = 0;
+  int16_t small = 0;
+  size_t count = 0;
+  velmora_CErrorItem item{};
+  velmora_CRespuestaPeticion* single = nullptr;
+  velmora_CRespDispensaciones* batch = nullptr;
+  velmora_CError* errors = nullptr;
+  velmora_CPeticionDispensacion* copy = nullptr;
+
+  const std::vector<Call> calls = {
+      {"CInterface_create", [] { return velmora_CInterface_create(nullptr); }},
+      {"CInterface_release", [] { return velmora_CInterface_release(nullptr); }},
+      {"CInterface_Enabled handle", [&] { return velmora_CInterface_Enabled(nullptr, &flag); }},
+      {"CInterface_Enabled out", [&] { return velmora_CInterface_Enabled(iface, nullptr); }},
+      {"CInterface_NombreServicio handle", [&] { return velmora_CInterface_NombreServicio(nullptr, &text); }},
+      {"CInterface_NombreServicio out", [&] { return velmora_CInterface_NombreServicio(iface, nullptr); }},
+      {"CInterface_NombreLog handle", [&] { return velmora_CInterface_NombreLog(nullptr, &text); }},
+      {"CInterface_NombreLog out", [&] { return velmora_CInterface_NombreLog(iface, nullptr); }},
+      {"CInterface_Opciones handle", [&] { return velmora_CInterface_Opciones(nullptr, &number); }},
+      {"CInterface_Opciones out", [&] { return velmora_CInterface_Opciones(iface, nullptr); }},
+      {"CInterface_SetOpciones", [] { return velmora_CInterface_SetOpciones(nullptr, 1); }},
+      {"CInterface_OpcionesLog handle", [&] { return velmora_CInterface_OpcionesLog(nullptr, &number); }},
+      {"CInterface_OpcionesLog out", [&] { return velmora_CInterface_OpcionesLog(iface, nullptr); }},
+      {"CInterface_SetOpcionesLog", [] { return velmora_CInterface_SetOpcionesLog(nullptr, 1); }},
+      {"SolicitudDispensacion iface", [&] { return velmora_CInterface_SolicitudDispensacion(nullptr, request, &single); }},
+      {"SolicitudDispensacion request", [&] { return velmora_CInterface_SolicitudDispensacion(iface, nullptr, &single); }},
+      {"SolicitudDispensacion out", [&] { return velmora_CInterface_SolicitudDispensacion(iface, request, nullptr); }},
+      {"SolicitudDispensaciones iface", [&] { return velmora_CInterface_SolicitudDispensaciones(nullptr, list, 0, &batch); }},
+      {"SolicitudDispensaciones list", [&] { return velmora_CInterface_SolicitudDispensaciones(iface, nullptr, 0, &batch); }},
+      {"SolicitudDispensaciones out", [&] { return velmora_CInterface_SolicitudDispensaciones(iface, list, 0, nullptr); }},
+      {"CInterface_Errores handle", [&] { return velmora_CInterface_Errores(nullptr, &errors); }},
+      {"CInterface_Errores out", [&] { return velmora_CInterface_Errores(iface, nullptr); }},
+      {"OnAlConectar", [] { return velmora_CInterface_OnAlConectar(nullptr, nullptr, nullptr); }},
+      {"OnAlTerminarLeerIni", [] { return velmora_CInterface_OnAlTerminarLeerIni(nullptr, nullptr, nullptr); }},
+      {"OnAlIniciarSolicitudDispensacion", [] { return velmora_CInterface_OnAlIniciarSolicitudDispensacion(nullptr, nullptr, nullptr); }},
+      {"OnAlTerminarSolicitudDispensacion", [] { return velmora_CInterface_OnAlTerminarSolicitudDispensacion(nullptr, nullptr, nullptr); }},
+      {"OnIdle", [] { return velmora_CInterface_OnIdle(nullptr, nullptr, nullptr); }},
+      {"Peticion_create", [] { return velmora_CPeticionDispensacion_create(nullptr); }},
+      {"Peticion_release", [] { return velmora_CPeticionDispensacion_release(nullptr); }},
+      {"Peticion_SetText handle", [] { return velmora_CPeticionDispensacion_SetText(nullptr, VELMORA_Importe, "1"); }},
+      {"Peticion_SetText value", [&] { return velmora_CPeticionDispensacion_SetText(request, VELMORA_Importe, nullptr); }},
+      {"Peticion_Text handle", [&] { return velmora_CPeticionDispensacion_Text(nullptr, VELMORA_Importe, &text); }},
+      {"Peticion_Text out", [&] { return velmora_CPeticionDispensacion_Text(request, VELMORA_Importe, nullptr); }},
+      {"Peticion_SetRegimenReceta", [] { return velmora_CPeticionDispensacion_SetRegimenReceta(nullptr, 0); }},
+      {"Peticion_RegimenReceta handle", [&] { return velmora_CPeticionDispensacion_RegimenReceta(nullptr, &number); }},
+      {"Peticion_RegimenReceta out", [&] { return velmora_CPeticionDispensacion_RegimenReceta(request, nullptr); }},
+      {"Peticion_SetTipoPrescripcion", [] { return velmora_CPeticionDispensacion_SetTipoPrescripcion(nullptr, 1); }},
+      {"Peticion_TipoPrescripcion handle", [&] { return velmora_CPeticionDispensacion_TipoPrescripcion(nullptr, &number); }},
+      {"Peticion_TipoPrescripcion out", [&] { return velmora_CPeticionDispensacion_TipoPrescripcion(request, nullptr); }},
+      {"Peticion_SetSaveSOAPMsgToFile", [] { return velmora_CPeticionDispensacion_SetSaveSOAPMsgToFile(nullptr, 1); }},
+      {"Peticion_SaveSOAPMsgToFile handle", [&] { return velmora_CPeticionDispensacion_SaveSOAPMsgToFile(nullptr, &flag); }},
+      {"Peticion_SaveSOAPMsgToFile out", [&] { return velmora_CPeticionDispensacion_SaveSOAPMsgToFile(request, nullptr); }},
+      {"Listado_create", [] { return velmora_CListadoDispensaciones_create(nullptr); }},
+      {"Listado_release", [] { return velmora_CListadoDispensaciones_release(nullptr); }},
+      {"aniadirDispensacion list", [&] { return velmora_CListadoDispensaciones_aniadirDispensacion(nullptr, request, &flag); }},
+      {"aniadirDispensacion request", [&] { return velmora_CListadoDispensaciones_aniadirDispensacion(list, nullptr, &flag); }},
+      {"aniadirDispensacion out", [&] { return velmora_CListadoDispensaciones_aniadirDispensacion(list, request, nullptr); }},
+      {"ResetDispensacionesCol", [] { return velmora_CListadoDispensaciones_ResetDispensacionesCol(nullptr); }},
+      {"Listado_Count handle", [&] { return velmora_CListadoDispensaciones_Count(nullptr, &count); }},
+      {"Listado_Count out", [&] { return velmora_CListadoDispensaciones_Count(list, nullptr); }},
+      {"Listado_Item handle", [&] { return velmora_CListadoDispensaciones_Item(nullptr, 1, &copy); }},
+      {"Listado_Item out", [&] { return velmora_CListadoDispensaciones_Item(list, 1, nullptr); }},
+      {"Respuesta_release", [] { return velmora_CRespuestaPeticion_release(nullptr); }},
+      {"Respuesta_DatosValidos", [&] { return velmora_CRespuestaPeticion_DatosValidos(nullptr, &flag); }},
+      {"Respuesta_DispensacionRealizada", [&] { return velmora_CRespuestaPeticion_DispensacionRealizada(nullptr, &flag); }},
+      {"Respuesta_m_intNAvisos", [&] { return velmora_CRespuestaPeticion_m_intNAvisos(nullptr, &small); }},
+      {"Respuesta_m_intNMotivosRechazo", [&] { return velmora_CRespuestaPeticion_m_intNMotivosRechazo(nullptr, &small); }},
+      {"Respuesta_Count", [&] { return velmora_CRespuestaPeticion_Count(nullptr, VELMORA_m_colCodigoAviso, &count); }},
+      {"Respuesta_Item", [&] { return velmora_CRespuestaPeticion_Item(nullptr, VELMORA_m_colCodigoAviso, 1, &text); }},
+      {"RespDisp_release", [] { return velmora_CRespDispensaciones_release(nullptr); }},
+      {"RespDisp_DatosValidos", [&] { return velmora_CRespDispensaciones_DatosValidos(nullptr, &flag); }},
+      {"RespDisp_DispensacionRealizada", [&] { return velmora_CRespDispensaciones_DispensacionRealizada(nullptr, &flag); }},
+      {"RespDisp_blnCodigoErrorDisp", [&] { return velmora_CRespDispensaciones_blnCodigoErrorDisp(nullptr, &flag); }},
+      {"RespDisp_Count", [&] { return velmora_CRespDispensaciones_Count(nullptr, &count); }},
+      {"RespDisp_Row", [&] { return velmora_CRespDispensaciones_Row(nullptr, 1, &text, &text, &text, &text); }},
+      {"CError_release", [] { return velmora_CError_release(nullptr); }},
+      {"CError_Count", [&] { return velmora_CError_Count(nullptr, &count); }},
+      {"CError_Item", [&] { return velmora_CError_Item(nullptr, 1, &item); }},
+  };
+  for (const Call& c : calls) EXPECT_EQ(c.call(), VELMORA_ERR_NULL_ARGUMENT) << c.name;
+
+  // The output pointers of the responses and of the error list, on real handles.
+  ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(iface, request, &single), VELMORA_OK);  // incomplete: refused
+  ASSERT_EQ(velmora_CInterface_SolicitudDispensaciones(iface, list, 0, &batch), VELMORA_OK);  // empty: refused
+  ASSERT_EQ(velmora_CInterface_Errores(iface, &errors), VELMORA_OK);
+  const std::vector<Call> outputs = {
+      {"Respuesta_DatosValidos", [&] { return velmora_CRespuestaPeticion_DatosValidos(single, nullptr); }},
+      {"Respuesta_DispensacionRealizada", [&] { return velmora_CRespuestaPeticion_DispensacionRealizada(single, nullptr); }},
+      {"Respuesta_m_intNAvisos", [&] { return velmora_CRespuestaPeticion_m_intNAvisos(single, nullptr); }},
+      {"Respuesta_m_intNMotivosRechazo", [&] { return velmora_CRespuestaPeticion_m_intNMotivosRechazo(single, nullptr); }},
+      {"Respuesta_Count", [&] { return velmora_CRespuestaPeticion_Count(single, VELMORA_m_colCodigoAviso, nullptr); }},
+      {"Respuesta_Item", [&] { return velmora_CRespuestaPeticion_Item(single, VELMORA_m_colCodigoAviso, 1, nullptr); }},
+      {"RespDisp_DatosValidos", [&] { return velmora_CRespDispensaciones_DatosValidos(batch, nullptr); }},
+      {"RespDisp_DispensacionRealizada", [&] { return velmora_CRespDispensaciones_DispensacionRealizada(batch, nullptr); }},
+      {"RespDisp_blnCodigoErrorDisp", [&] { return velmora_CRespDispensaciones_blnCodigoErrorDisp(batch, nullptr); }},
+      {"RespDisp_Count", [&] { return velmora_CRespDispensaciones_Count(batch, nullptr); }},
+      {"RespDisp_Row Codigo", [&] { return velmora_CRespDispensaciones_Row(batch, 1, nullptr, &text, &text, &text); }},
+      {"RespDisp_Row Description", [&] { return velmora_CRespDispensaciones_Row(batch, 1, &text, nullptr, &text, &text); }},
+      {"RespDisp_Row CodigoDispensado", [&] { return velmora_CRespDispensaciones_Row(batch, 1, &text, &text, nullptr, &text); }},
+      {"RespDisp_Row TipoRespuesta", [&] { return velmora_CRespDispensaciones_Row(batch, 1, &text, &text, &text, nullptr); }},
+      {"CError_Count", [&] { return velmora_CError_Count(errors, nullptr); }},
+      {"CError_Item", [&] { return velmora_CError_Item(errors, 1, nullptr); }},
+  };
+  for (const Call& c : outputs) EXPECT_EQ(c.call(), VELMORA_ERR_NULL_ARGUMENT) << c.name;
+
+  EXPECT_EQ(velmora_CError_release(errors), VELMORA_OK);
+  EXPECT_EQ(velmora_CRespDispensaciones_release(batch), VELMORA_OK);
+  EXPECT_EQ(velmora_CRespuestaPeticion_release(single), VELMORA_OK);
+  EXPECT_EQ(velmora_CListadoDispensaciones_release(list), VELMORA_OK);
+  EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
+  EXPECT_EQ(velmora_CInterface_release(iface), VELMORA_OK);
+}
+
+TEST(CApiArguments, Utf8IsCheckedByteForByte) {
+  struct Case {
+    const char* bytes;
+    bool valid;
+  };
+  const Case cases[] = {
+      {"", true},
+      {"plain ASCII", true},
+      {"Dispensaci\xC3\xB3n", true},          // ó
+      {"\xE2\x82\xAC", true},                  // €, three bytes
+      {"\xF0\x9F\x92\x8A", true},              // a four-byte character
+      {"\xF4\x8F\xBF\xBF", true},              // U+10FFFF, the last one
+      {"Dispensaci\xF3n", false},              // Latin-1 ó
+      {"\x80", false},                         // continuation byte alone
+      {"\xC3", false},                         // cut short
+      {"\xE2\x82", false},                     // cut short
+      {"\xC0\xAF", false},                     // overlong "/"
+      {"\xE0\x80\xAF", false},                 // overlong "/"
+      {"\xED\xA0\x80", false},                 // a surrogate
+      {"\xF4\x90\x80\x80", false},             // above U+10FFFF
+      {"\xF8\x88\x80\x80\x80", false},         // five-byte form
+      {"\xC3\x28", false},                     // lead byte followed by ASCII
+  };
+  for (const Case& c : cases) EXPECT_EQ(velmora::capi::IsValidUtf8(c.bytes), c.valid) << c.bytes;
+
+  // And through the interface: a refused value leaves the property as it was.
+  velmora_CPeticionDispensacion* request = nullptr;
+  ASSERT_EQ(velmora_CPeticionDispensacion_create(&request), VELMORA_OK);
+  ASSERT_EQ(velmora_CPeticionDispensacion_SetText(request, VELMORA_NombrePaciente, "Jos\xC3\xA9"), VELMORA_OK);
+  EXPECT_EQ(velmora_CPeticionDispensacion_SetText(request, VELMORA_NombrePaciente, "Jos\xE9"), VELMORA_ERR_INVALID_UTF8);
+  const char* text = nullptr;
+  ASSERT_EQ(velmora_CPeticionDispensacion_Text(request, VELMORA_NombrePaciente, &text), VELMORA_OK);
+  EXPECT_STREQ(text, "Jos\xC3\xA9");
+  EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
+}
+
+TEST(CApiArguments, NothingThrownInsideCrossesTheBoundary) {
+  using velmora::capi::Boundary;
+  EXPECT_EQ(Boundary("t", [] { return VELMORA_OK; }), VELMORA_OK);
+  EXPECT_EQ(Boundary("t", []() -> int { throw std::bad_alloc(); }), VELMORA_ERR_NO_MEMORY);
+  EXPECT_EQ(Boundary("t", []() -> int { throw std::runtime_error("x"); }), VELMORA_ERR_INTERNAL);
+  EXPECT_EQ(Boundary("t", []() -> int { throw 42; }), VELMORA_ERR_INTERNAL);
+}
+
+TEST(CApiArguments, EveryStatusHasItsOwnText) {
+  std::vector<std::string> seen;
+  for (int s = VELMORA_OK; s <= VELMORA_ERR_INTERNAL; ++s) {
+    const std::string text = velmora_status_text(s);
+    EXPECT_NE(text, "unknown status") << s;
+    for (const auto& other : seen) EXPECT_NE(text, other) << s;
+    seen.push_back(text);
+  }
+  EXPECT_STREQ(velmora_status_text(-1), "unknown status");
+  EXPECT_STREQ(velmora_status_text(99), "unknown status");
+}
+
+}  // namespace
