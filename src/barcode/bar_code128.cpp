@@ -1,9 +1,11 @@
 #include "velmora/barcode.h"
 
+#include <array>
 #include <string_view>
 
 #include "barcode/code128_patterns.h"
 #include "barcode/cp1252_codes.h"
+#include "platform/cp1252.h"
 #include "platform/vbconv.h"
 
 namespace velmora {
@@ -17,6 +19,21 @@ int StartItem(int16_t codeSet) {
     case cC128_C: return 106;
     default: return 0;
   }
+}
+
+// For each Windows-1252 code, the first item of `first..last` whose Código is that character
+// (0 for none). Made once a call, from the table as it stands: the table is the caller's to
+// change between calls, and one pass over it costs less than a search for every character.
+std::array<int16_t, 256> FirstItemByCode(colC128& table, int first, int last) {
+  std::array<int16_t, 256> items{};
+  for (int n = last; n >= first; --n) {
+    const std::string& código = table.Item(n).Código;
+    uint32_t cp = 0;
+    if (código.empty() || platform::DecodeUtf8(código, 0, cp) != código.size()) continue;
+    const int code = platform::Cp1252ByteOf(cp);
+    if (code >= 0) items[static_cast<size_t>(code)] = static_cast<int16_t>(n);
+  }
+  return items;
 }
 
 }  // namespace
@@ -53,19 +70,17 @@ std::string BarCode128::Barras(const std::string& Texto, int16_t Codificación) 
   // set B for data, and the printed receipts already in circulation carry this exact pattern.
   if (Codificación != cC128_C) {
     const std::vector<int> codes = barcode::Cp1252Codes(Texto);
+    const auto low = FirstItemByCode(tabla_, 1, 63);
+    const auto high = FirstItemByCode(tabla_, 64, 94);
     for (size_t pos = 0; pos < codes.size(); ++pos) {
       const int code = codes[pos];
-      const std::string ch = barcode::Cp1252Char(code);
-      C128* found = nullptr;
-      for (int n = 1; n <= 63 && !found; ++n)
-        if (tabla_.Item(n).Código == ch) found = &tabla_.Item(n);
+      C128* found = low[static_cast<size_t>(code)] ? &tabla_.Item(low[static_cast<size_t>(code)]) : nullptr;
       if (!found && Codificación == cC128_A) {
         // A control character takes the table's item of its own code, one below the standard's
         // symbol; code 0 asks for item 0 and fails.
         if (code >= 0 && code <= 31) found = &tabla_.Item(code);
-      } else if (!found) {
-        for (int n = 64; n <= 94 && !found; ++n)
-          if (tabla_.Item(n).Código == ch) found = &tabla_.Item(n);
+      } else if (!found && high[static_cast<size_t>(code)]) {
+        found = &tabla_.Item(high[static_cast<size_t>(code)]);
       }
       if (!found && code >= 127 && code <= 134) found = &tabla_.Item(code - 32);
       // A character found nowhere adds no symbol but keeps its place: the characters after it

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "platform/error_map.h"
-#include "platform/fonts/cp1252.h"
+#include "platform/cp1252.h"
 
 namespace velmora::pdf {
 namespace {
@@ -34,43 +34,6 @@ void Append(std::string_view bytes, bool appendCR) {
   tState.pending.append(bytes);
   if (appendCR) tState.pending.push_back('\r');
   if (tState.pending.size() >= kFlushThreshold) Flush();
-}
-
-// Decodes one UTF-8 sequence at s[i]; 0 when it is not a valid one.
-size_t DecodeUtf8(std::string_view s, size_t i, uint32_t* cp) {
-  auto byte = [&](size_t k) { return static_cast<uint8_t>(s[k]); };
-  uint8_t b0 = byte(i);
-  size_t len = 0;
-  uint32_t value = 0;
-  if (b0 < 0x80) {
-    *cp = b0;
-    return 1;
-  } else if (b0 >= 0xC2 && b0 <= 0xDF) {
-    len = 2, value = b0 & 0x1Fu;
-  } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-    len = 3, value = b0 & 0x0Fu;
-  } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-    len = 4, value = b0 & 0x07u;
-  } else {
-    return 0;
-  }
-  if (i + len > s.size()) return 0;
-  for (size_t k = 1; k < len; ++k) {
-    if ((byte(i + k) & 0xC0) != 0x80) return 0;
-    value = (value << 6) | (byte(i + k) & 0x3Fu);
-  }
-  if ((len == 3 && value < 0x800) || (len == 4 && (value < 0x10000 || value > 0x10FFFF)) ||
-      (value >= 0xD800 && value <= 0xDFFF))
-    return 0;
-  *cp = value;
-  return len;
-}
-
-char FromCodePoint(uint32_t cp) {
-  if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) return static_cast<char>(cp);
-  for (int b = 0x80; b < 0xA0; ++b)
-    if (platform::Cp1252CodePoint(static_cast<uint8_t>(b)) == cp) return static_cast<char>(b);
-  return '?';
 }
 
 }  // namespace
@@ -149,22 +112,7 @@ int16_t NextObjectNumber() {
 
 void RegisterObject(int16_t number) { tState.objects.Add(number, tState.offset); }
 
-std::string ToCp1252(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size();) {
-    uint32_t cp = 0;
-    size_t len = DecodeUtf8(text, i, &cp);
-    if (len == 0) {
-      out.push_back(text[i]);
-      ++i;
-      continue;
-    }
-    out.push_back(FromCodePoint(cp));
-    i += len;
-  }
-  return out;
-}
+std::string ToCp1252(std::string_view text) { return platform::Utf8ToCp1252(text); }
 
 std::string HexString(std::string_view text) { return HexBytes(ToCp1252(text)); }
 

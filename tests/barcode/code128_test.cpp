@@ -49,10 +49,6 @@ TEST(Code128Table, HoldsTheCharactersValuesAndKeysInValueOrder) {
     EXPECT_EQ(&t.Item("A" + std::to_string(n)), &item);
     EXPECT_EQ(item.Código, n <= 95 ? std::string(1, static_cast<char>(31 + n)) : "") << n;
   }
-  EXPECT_EQ(t.Item(1).Patrón, "212222");
-  EXPECT_EQ(t.Item(104).Patrón, "211412");
-  EXPECT_EQ(t.Item(106).Patrón, "211232");
-  EXPECT_EQ(t.Item(107).Patrón, kStop);
   EXPECT_THROW(t.Item(0), Error);
   EXPECT_THROW(t.Item(108), Error);
   EXPECT_THROW(t.Item("A0"), Error);
@@ -61,7 +57,8 @@ TEST(Code128Table, HoldsTheCharactersValuesAndKeysInValueOrder) {
 // Every pattern is read back out of symbols that zint encodes on its own: each 6-width group of
 // a zint symbol must be a table pattern, and the values the table gives them must satisfy the
 // symbol's own check character. Together the symbols use every value but FNC2 and FNC3 (96,
-// 97), which zint never writes; those two are pinned by their shape below.
+// 97), which zint never writes; those two are pinned literally. The start patterns and the stop
+// are pinned by the Barras cases.
 TEST(Code128Table, PatternsAreTheSymbologysOwn) {
   BarCode128 bc;
   std::map<std::string, int> valueOf;
@@ -106,18 +103,6 @@ TEST(Code128Table, PatternsAreTheSymbologysOwn) {
     if (v != 96 && v != 97) {
       EXPECT_TRUE(seen.count(v)) << "value " << v << " not exercised";
     }
-
-  for (int n = 1; n <= 106; ++n) {
-    const std::string& p = bc.Tabla().Item(n).Patrón;
-    ASSERT_EQ(p.size(), 6u);
-    int total = 0, bars = 0;
-    for (size_t i = 0; i < 6; ++i) {
-      total += p[i] - '0';
-      if (i % 2 == 0) bars += p[i] - '0';
-    }
-    EXPECT_EQ(total, 11) << n;
-    EXPECT_EQ(bars % 2, 0) << n;  // even bar modules: the symbology's parity
-  }
   EXPECT_EQ(bc.Tabla().Item(97).Patrón, "114311");  // FNC3
   EXPECT_EQ(bc.Tabla().Item(98).Patrón, "411113");  // FNC2
 }
@@ -134,7 +119,6 @@ TEST(Code128Barras, KeepsTheEncodersOwnRules) {
   const std::vector<Case> cases = {
       {"empty text in B", "", cC128_B, "211214" "222122" + kStop},
       {"set C writes no data", "1234", cC128_C, "211232" "222221" + kStop},
-      {"empty text in C", "", cC128_C, "211232" "222221" + kStop},
       {"one letter in B", "A", cC128_B, "211214" + P(34) + P(35) + kStop},
       // "~" adds nothing, yet "B" keeps weight 3: 104 + 33 + 34 * 3 = 239, 239 mod 103 = 33.
       {"tilde skipped in B", "A~B", cC128_B, "211214" + P(34) + P(35) + P(34) + kStop},
@@ -147,24 +131,21 @@ TEST(Code128Barras, KeepsTheEncodersOwnRules) {
   };
   BarCode128 bc;
   for (const Case& c : cases) EXPECT_EQ(bc.Barras(c.text, c.set), c.expected) << c.name;
-}
-
-TEST(Code128Barras, MatchesTheSymbologyForPlainTextInCodeSetB) {
-  BarCode128 bc;
-  for (const std::string text : {"RX-0001234", "Hello, World!", "ITP2801482801U01ABCD1234567890240203090507T",
-                                 " !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ",
-                                 "[\\]^_`abcdefghijklmnopqrstuvwxyz{|}"}) {
-    EXPECT_EQ(bc.Barras(text, cC128_B), ZintWidths(BARCODE_CODE128B, text)) << text;
-  }
-}
-
-TEST(Code128Barras, ItemZeroFailsForTheNulCharacterInSetA) {
-  BarCode128 bc;
+  // NUL in set A asks the table for item 0, which does not exist.
   try {
     bc.Barras(std::string("A\0B", 3), cC128_A);
     FAIL() << "no error";
   } catch (const Error& e) {
     EXPECT_EQ(e.Number, 9);
+  }
+}
+
+TEST(Code128Barras, MatchesTheSymbologyForPlainTextInCodeSetB) {
+  BarCode128 bc;
+  for (const std::string text : {"ITP2801482801U01ABCD1234567890240203090507T",
+                                 " !\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ",
+                                 "[\\]^_`abcdefghijklmnopqrstuvwxyz{|}"}) {
+    EXPECT_EQ(bc.Barras(text, cC128_B), ZintWidths(BARCODE_CODE128B, text)) << text;
   }
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/runtime_folder.h"
 #include "velmora/barcode.h"
 #include "velmora/pdf.h"
 
@@ -30,23 +31,15 @@ int RunProgram(std::vector<std::string> args) {
 
 class GenerarBarrasTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "velmora-c128-test-XXXXXX").string();
-    dir_ = mkdtemp(pattern.data());
-  }
-  void TearDown() override {
-    std::error_code ec;
-    fs::remove_all(dir_, ec);
-    unsetenv("VELMORA_PRINTER_PROGRAM");
-  }
-  std::string dir_;
+  void TearDown() override { unsetenv("VELMORA_PRINTER_PROGRAM"); }
+  testing::RuntimeFolder folder_;
 };
 
 TEST_F(GenerarBarrasTest, DrawsABarCodeThatReadsBack) {
   if (!fs::exists("/usr/bin/pdftoppm") ||
       RunProgram({"/usr/bin/python3", "-c", "import zxingcpp, PIL"}) != 0)
     GTEST_SKIP() << "poppler-utils or python3-zxing-cpp missing";
-  const std::string file = dir_ + "/bars.pdf";
+  const std::string file = folder_.Path("bars.pdf");
   BarCode128 bc;
   {
     cPDF pdf;
@@ -56,13 +49,13 @@ TEST_F(GenerarBarrasTest, DrawsABarCodeThatReadsBack) {
     EXPECT_TRUE(bc.GenerarBarras("RX-0001234", pdf, cC128_B, 50, 50, 10, 0, true));
     pdf.PDFClose();
   }
-  ASSERT_EQ(RunProgram({"/usr/bin/pdftoppm", "-r", "300", "-gray", "-png", "-singlefile", file, dir_ + "/bars"}), 0);
+  ASSERT_EQ(RunProgram({"/usr/bin/pdftoppm", "-r", "300", "-gray", "-png", "-singlefile", file, folder_.Path("bars")}), 0);
   // Exit status 0 only when the page holds exactly that Code 128 text.
   EXPECT_EQ(RunProgram({"/usr/bin/python3", "-c",
                         "import sys, zxingcpp; from PIL import Image\n"
                         "r = zxingcpp.read_barcode(Image.open(sys.argv[1]), formats=zxingcpp.Code128)\n"
                         "sys.exit(0 if r and r.text == 'RX-0001234' else 1)",
-                        dir_ + "/bars.png"}),
+                        folder_.Path("bars.png")}),
             0);
 }
 

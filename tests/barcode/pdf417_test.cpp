@@ -36,29 +36,28 @@ void ExpectWellFormed(const std::string& text, const cPDF417& encoder) {
   }
 }
 
-TEST(Pdf417, UsualDataTextFitsSixColumnsInTheSlot) {
-  cPDF417 encoder;
-  const std::string text = encoder.CodigoPDF(kDataText);
-  ExpectWellFormed(text, encoder);
-  EXPECT_EQ(encoder.Columns(), 6);
-  EXPECT_LE(encoder.Rows(), 30);
-  // Each row: "+" and (17 * 6 + 53) modules in letters of four.
-  EXPECT_EQ(text.size(), static_cast<size_t>(encoder.Rows()) * (1 + (17 * 6 + 53 + 3) / 4));
-}
-
-TEST(Pdf417, LongerTextsWidenBeforeTheyGrowTaller) {
-  cPDF417 encoder;
+// Longer texts widen the symbol up to 12 columns before it grows past 30 rows.
+TEST(Pdf417, ColumnsGrowBeforeRows) {
   std::string carried;
   for (int i = 0; i < 6; ++i) carried += "|00000000" + kDataText.substr(8);
-  ExpectWellFormed(encoder.CodigoPDF(carried), encoder);
-  EXPECT_GT(encoder.Columns(), 6);
-  EXPECT_LE(encoder.Columns(), 12);
-  EXPECT_LE(encoder.Rows(), 30);
-
-  std::string large(1500, 'x');
-  ExpectWellFormed(encoder.CodigoPDF(large), encoder);
-  EXPECT_EQ(encoder.Columns(), 12);
-  EXPECT_GT(encoder.Rows(), 30);
+  struct Case {
+    std::string text;
+    int minColumns, maxColumns;
+    bool tall;
+  };
+  for (const Case& c : {Case{kDataText, 6, 6, false}, Case{carried, 7, 12, false}, Case{std::string(1500, 'x'), 12, 12, true},
+                        Case{"Café Ärzte § 5µg", 1, 12, false}, Case{std::string("\xff\xfe\x00\x01", 4), 1, 12, false}}) {
+    cPDF417 encoder;
+    const std::string text = encoder.CodigoPDF(c.text);
+    ExpectWellFormed(text, encoder);
+    EXPECT_GE(encoder.Columns(), c.minColumns) << c.text;
+    EXPECT_LE(encoder.Columns(), c.maxColumns) << c.text;
+    EXPECT_EQ(encoder.Rows() > 30, c.tall) << c.text;
+  }
+  // The usual data text: each row is "+" and (17 * 6 + 53) modules in letters of four.
+  cPDF417 encoder;
+  const size_t size = encoder.CodigoPDF(kDataText).size();
+  EXPECT_EQ(size, static_cast<size_t>(encoder.Rows()) * (1 + (17 * 6 + 53 + 3) / 4));
 }
 
 TEST(Pdf417, TextsItCannotHoldGiveTheFailureText) {
@@ -69,12 +68,6 @@ TEST(Pdf417, TextsItCannotHoldGiveTheFailureText) {
     EXPECT_EQ(result.find('+'), std::string::npos);
     EXPECT_EQ(encoder.Rows(), 0);
   }
-}
-
-TEST(Pdf417, AcceptsLatinTextAndRawBytes) {
-  cPDF417 encoder;
-  ExpectWellFormed(encoder.CodigoPDF("Café Ärzte § 5µg"), encoder);
-  ExpectWellFormed(encoder.CodigoPDF(std::string("\xff\xfe\x00\x01", 4)), encoder);
 }
 
 TEST(Pdf417Rows, FontTextRoundTripsModuleRows) {

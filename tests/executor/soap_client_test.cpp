@@ -51,6 +51,22 @@ std::vector<std::string> Items(const XmlNodeList& list, const std::string& name)
   return {};
 }
 
+std::optional<XmlNodeList> Send(SoapClient& client, const std::string& body,
+                                const std::string& operation = "SolicitudDispensacion") {
+  platform::xml::Document doc = Loaded(body);
+  return client.Call(operation, doc.ChildNodes());
+}
+
+// A client pointed at the proxy on `port`, with credentials when `user` is set.
+void UseProxy(SoapClient& client, int port, const char* user = "", const char* password = "") {
+  client.ConnectorProperty("UseProxy", true);
+  client.ConnectorProperty("ProxyServer", std::string("127.0.0.1"));
+  client.ConnectorProperty("ProxyPort", port);
+  if (!*user) return;
+  client.ConnectorProperty("ProxyUser", std::string(user));
+  client.ConnectorProperty("ProxyPassword", std::string(password));
+}
+
 std::string ErrorOf(SoapClient& client, const std::string& operation, const std::string& body) {
   platform::xml::Document doc = Loaded(body);
   try {
@@ -68,8 +84,7 @@ TEST(SoapClient, SendsTheNodeListAsThePartAndReadsTheReturnPart) {
   SoapClient client;
   client.mssoapinit(sim.WsdlUrl());
   EXPECT_EQ(client.Description().endpoint, sim.BaseUrl() + "/dispensacion");
-  platform::xml::Document doc = Loaded(RequestBody("sim:warnings"));
-  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
+  std::optional<XmlNodeList> result = Send(client, RequestBody("sim:warnings"));
   ASSERT_TRUE(result);
   EXPECT_EQ(Names(*result), (std::vector<std::string>{"NMotivosRechazo", "NAvisos", "textoAviso", "textoMotivosRechazo",
                                                       "codigoMotivosRechazo", "codigoAviso"}));
@@ -97,8 +112,7 @@ TEST(SoapClient, AnotherWsdlWithOtherNamesWorksUnchanged) {
   SimulatorProcess sim({"--flavour", "alternate"});
   SoapClient client;
   client.mssoapinit(sim.WsdlUrl());
-  platform::xml::Document doc = Loaded(RequestBody("sim:rejected"));
-  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
+  std::optional<XmlNodeList> result = Send(client, RequestBody("sim:rejected"));
   ASSERT_TRUE(result);
   EXPECT_EQ(Items(*result, "codigoMotivosRechazo"), (std::vector<std::string>{"2001", "2002"}));
   std::string r = sim.Records().at(0);
@@ -108,38 +122,23 @@ TEST(SoapClient, AnotherWsdlWithOtherNamesWorksUnchanged) {
   EXPECT_EQ(SimulatorProcess::Field(r, "soapAction"), "\"http://receta.example.org/v2/acciones/Dispensar\"");
 }
 
-TEST(SoapClient, ResolvesMultiReferencesAndKeepsArrays) {
-  SimulatorProcess sim;
-  SoapClient client;
-  client.mssoapinit(sim.WsdlUrl());
-  platform::xml::Document doc = Loaded(RequestBody("sim:multiref"));
-  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacion", doc.ChildNodes());
-  ASSERT_TRUE(result);
-  EXPECT_EQ(Names(*result).size(), 6u);
-  EXPECT_EQ(result->Item(1).Text(), "1");
-  EXPECT_EQ(Items(*result, "codigoAviso"), (std::vector<std::string>{"0000"}));
-  EXPECT_EQ(Items(*result, "textoAviso"), (std::vector<std::string>{"Atención: dosis > 2 \"revisar\" — ñandú"}));
-  EXPECT_TRUE(Items(*result, "codigoMotivosRechazo").empty());
-}
-
 TEST(SoapClient, BatchOperationAndNilReturn) {
   SimulatorProcess sim;
   SoapClient client;
   client.mssoapinit(sim.WsdlUrl());
-  platform::xml::Document batch = Loaded(
+  std::optional<XmlNodeList> result = Send(client,
       "<PeticionDispensacion><codFarmacia>F1</codFarmacia><dispensaciones>"
       "<P70ItemPeticionDispensacion><codigoDispensado>sim:batch-rejected</codigoDispensado></P70ItemPeticionDispensacion>"
       "<P70ItemPeticionDispensacion><codigoDispensado>654321</codigoDispensado></P70ItemPeticionDispensacion>"
-      "</dispensaciones></PeticionDispensacion>");
-  std::optional<XmlNodeList> result = client.Call("SolicitudDispensacionMasiva", batch.ChildNodes());
+      "</dispensaciones></PeticionDispensacion>",
+      "SolicitudDispensacionMasiva");
   ASSERT_TRUE(result);
   EXPECT_EQ(Names(*result), (std::vector<std::string>{"ResultResp", "Respuestas"}));
   XmlNodeList rows = result->Item(1).childNodes();
   ASSERT_EQ(rows.length(), 2u);
   EXPECT_EQ(rows.Item(1).childNodes().Item(2).Text(), "654321");
 
-  platform::xml::Document single = Loaded(RequestBody("sim:noreturn"));
-  EXPECT_FALSE(client.Call("SolicitudDispensacion", single.ChildNodes()));
+  EXPECT_FALSE(Send(client, RequestBody("sim:noreturn")));
 }
 
 TEST(SoapClient, EachFailureSaysWhatHappened) {
@@ -163,8 +162,7 @@ TEST(SoapClient, EachFailureSaysWhatHappened) {
     EXPECT_NE(error.find(c.expected), std::string::npos) << c.scenario << ": " << error;
   }
   // Still usable after every kind of failure.
-  platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
-  EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+  EXPECT_TRUE(Send(client, RequestBody("sim:accepted")));
   EXPECT_NE(ErrorOf(client, "NoSuchOperation", RequestBody("x")).find("no tiene la operación"), std::string::npos);
 }
 
@@ -198,8 +196,7 @@ TEST(SoapClient, DescriptionFromAFileAndEnvironmentProxiesIgnored) {
   for (const std::string& url : {"file://" + path, path}) {
     SoapClient client;
     client.mssoapinit(url);
-    platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
-    EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes())) << url;
+    EXPECT_TRUE(Send(client, RequestBody("sim:accepted"))) << url;
   }
   unsetenv("http_proxy");
   unsetenv("HTTP_PROXY");
@@ -211,36 +208,23 @@ TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
     ProxyProcess proxy(withCredentials ? "farmacia" : "", withCredentials ? "s3creta" : "");
     if (proxy.Port() == 0) GTEST_SKIP() << "tinyproxy is not installed";
     SoapClient client;
-    client.ConnectorProperty("UseProxy", true);
-    client.ConnectorProperty("ProxyServer", std::string("127.0.0.1"));
-    client.ConnectorProperty("ProxyPort", proxy.Port());
-    if (withCredentials) {
-      client.ConnectorProperty("ProxyUser", std::string("farmacia"));
-      client.ConnectorProperty("ProxyPassword", std::string("s3creta"));
-    }
+    UseProxy(client, proxy.Port(), withCredentials ? "farmacia" : "", "s3creta");
     client.mssoapinit(sim.WsdlUrl());
-    platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
-    EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+    EXPECT_TRUE(Send(client, RequestBody("sim:accepted")));
     EXPECT_NE(SimulatorProcess::Field(sim.Records().back(), "via").find("tinyproxy"), std::string::npos);
-
     if (!withCredentials) continue;
     // No credentials: the proxy's 407 is reported as such. Wrong ones: this proxy answers 401,
     // and the error names the proxy it went through.
-    for (const char* password : {"", "otra"}) {
+    const std::pair<const char*, std::string> refusals[] = {
+        {"", "El proxy rechazó las credenciales (HTTP 407)"},
+        {"otra", "HTTP 401 (a través del proxy 127.0.0.1:" + std::to_string(proxy.Port()) + ")"}};
+    for (const auto& [password, expected] : refusals) {
       SoapClient refused;
-      refused.ConnectorProperty("UseProxy", true);
-      refused.ConnectorProperty("ProxyServer", std::string("127.0.0.1"));
-      refused.ConnectorProperty("ProxyPort", proxy.Port());
-      if (*password) {
-        refused.ConnectorProperty("ProxyUser", std::string("farmacia"));
-        refused.ConnectorProperty("ProxyPassword", std::string(password));
-      }
+      UseProxy(refused, proxy.Port(), *password ? "farmacia" : "", password);
       try {
         refused.mssoapinit(sim.WsdlUrl());
         ADD_FAILURE() << "the proxy let a request through with password '" << password << "'";
       } catch (const Error& e) {
-        std::string expected = *password ? "HTTP 401 (a través del proxy 127.0.0.1:" + std::to_string(proxy.Port()) + ")"
-                                         : "El proxy rechazó las credenciales (HTTP 407)";
         EXPECT_NE(e.Description.find(expected), std::string::npos) << e.Description;
       }
     }
@@ -261,8 +245,7 @@ TEST(SoapClient, HttpsNeedsTheServiceCaUnlessTrusted) {
   SoapClient client;
   client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
   client.mssoapinit(sim.WsdlUrl());
-  platform::xml::Document doc = Loaded(RequestBody("sim:accepted"));
-  EXPECT_TRUE(client.Call("SolicitudDispensacion", doc.ChildNodes()));
+  EXPECT_TRUE(Send(client, RequestBody("sim:accepted")));
 }
 
 TEST(SoapClient, ConnectorPropertiesAreCheckedByName) {

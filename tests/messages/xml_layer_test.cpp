@@ -24,7 +24,7 @@ TEST(XmlLayer, NodeListIsTheElementChildrenOfTheDocumentElement) {
   EXPECT_EQ(list.Item(2).Text(), "");
 }
 
-TEST(XmlLayer, TextGathersDescendantsAndChildNodesKeepText) {
+TEST(XmlLayer, TextGathersDescendantsReferencesAreDecodedAndBlanksAroundAreFine) {
   Document doc;
   ASSERT_TRUE(doc.LoadXml("<r><a>x<b>y<c>z</c></b><![CDATA[<w>]]></a><s>   </s></r>"));
   XmlNode a = doc.ChildNodes().Item(0);
@@ -37,16 +37,8 @@ TEST(XmlLayer, TextGathersDescendantsAndChildNodesKeepText) {
   EXPECT_EQ(kids.Item(2).nodeName(), "#cdata-section");
   // Whitespace-only text is dropped, as with preserveWhiteSpace off.
   EXPECT_EQ(doc.ChildNodes().Item(1).childNodes().length(), 0u);
-}
 
-TEST(XmlLayer, ByteOrderMarkAndBlanksAroundTheDocumentAreFine) {
-  Document doc;
-  EXPECT_TRUE(doc.LoadXml("\xEF\xBB\xBF \r\n<?xml version='1.0'?>\n<r><a>1</a></r>\r\n<!-- end -->\n"));
-}
-
-TEST(XmlLayer, PredefinedAndCharacterReferencesAreDecoded) {
-  Document doc;
-  ASSERT_TRUE(doc.LoadXml("<r><a>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;</a></r>"));
+  ASSERT_TRUE(doc.LoadXml("\xEF\xBB\xBF \r\n<?xml version='1.0'?>\n<r><a>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;</a></r>\r\n<!-- e -->\n"));
   EXPECT_EQ(doc.ChildNodes().Item(0).Text(), "<&>\"'AB");
 }
 

@@ -1,16 +1,13 @@
-#include <fstream>
-#include <iterator>
-
 #include "pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {
 
-// Everything at once, laid out the way the receipt lays out a page.
+// Everything at once, laid out the way the receipt lays out a page, with every drawing operator
+// the writer has, so the outside checkers see each of them.
 TEST_F(PdfTest, ImagesBlocksOutlinesAndFontsTogether) {
   folder_->Write("frame.txt", "q\r0.5 w\r10 10 575 822 re S\rQ");
-  std::ifstream fontFile(std::string(VELMORA_SOURCE_DIR) + "/resources/code_pdf417.ttf", std::ios::binary);
-  std::vector<uint8_t> barcode{std::istreambuf_iterator<char>(fontFile), std::istreambuf_iterator<char>()};
+  std::vector<uint8_t> barcode = SourceBytes("resources/code_pdf417.ttf");
   std::string path = Path("all.pdf");
   std::string doc = WriteChecked("all.pdf", [&](cPDF& pdf) {
     pdf.Fonts.Add("F1", "Times New Roman", TrueType);
@@ -29,6 +26,10 @@ TEST_F(PdfTest, ImagesBlocksOutlinesAndFontsTogether) {
       pdf.MoveTo(20, 50);
       pdf.WLineTo(560, 50);
       pdf.LineStroke();
+      pdf.WCurve(300, 300, 100, 100, 200, 400, 50, 300);
+      pdf.LineStroke();
+      pdf.WCircle(300, 500, 40);
+      pdf.WRectangle(600, 50, 100, 200, 1, 0, true);
       pdf.WImage(40, 460, 25, 80, "logoMarvo");
       pdf.WTextBox(50, 20, 100, 150, "TIS: ", "F4", 10);
       pdf.WTextBox(50, 60, 100, 150, "ABCD123456", "F1", 10);

@@ -1,24 +1,9 @@
-#include "pdf/pdf_writer.h"
 #include "pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {
 
-std::string Content(const cPDF& pdf) {
-  return AsString(pdf.GetPDFStream()).substr(static_cast<size_t>(pdf::State().streamStart));
-}
-
-class GraphicsTest : public PdfTest {
- protected:
-  void SetUp() override {
-    PdfTest::SetUp();
-    ASSERT_TRUE(pdf_.PDFCreate());
-    pdf_.NewPage(A4_Vertical);
-  }
-  cPDF pdf_;
-};
-
-TEST_F(GraphicsTest, LinesAndColours) {
+TEST_F(PageTest, LinesAndColours) {
   pdf_.SetColors(0x0000FF, 0x808080);
   pdf_.SetColors(-1, -1);
   pdf_.SetColors(0);
@@ -35,7 +20,7 @@ TEST_F(GraphicsTest, LinesAndColours) {
                                     "10.00 822.00 m", "30.50 781.75 l", "S", "q", "Q"}));
 }
 
-TEST_F(GraphicsTest, CurvesPickTheirOperator) {
+TEST_F(PageTest, CurvesPickTheirOperator) {
   pdf_.WCurve(100, 100, 10, 20, 30, 40, 0, 0);
   pdf_.WCurve(100, 100, 10, 20);
   pdf_.WCurve(100, 100, std::nullopt, std::nullopt, 30, 40);
@@ -45,7 +30,7 @@ TEST_F(GraphicsTest, CurvesPickTheirOperator) {
                                     "100.00 742.00 100.00 742.00 v"}));
 }
 
-TEST_F(GraphicsTest, CircleIsFourQuarterArcs) {
+TEST_F(PageTest, CircleIsFourQuarterArcs) {
   pdf_.WCircle(100, 100, 10);
   EXPECT_EQ(Content(pdf_), CrLines({"q", "110.00 742.00 m", "110.00 747.52 105.52 752.00 100.00 752.00 c",
                                     "94.48 752.00 90.00 747.52 90.00 742.00 c",
@@ -53,27 +38,12 @@ TEST_F(GraphicsTest, CircleIsFourQuarterArcs) {
                                     "105.52 732.00 110.00 736.48 110.00 742.00 c", "s", "Q"}));
 }
 
-TEST_F(GraphicsTest, Rectangles) {
+TEST_F(PageTest, Rectangles) {
   pdf_.WRectangle(10, 10, 20, 30);
   pdf_.SetColors(-1, 0x00FFFF);
   pdf_.WRectangle(10, 10, 20, 30, 2, 0xFF0000, true);
   EXPECT_EQ(Content(pdf_), CrLines({"q", "1 w", "0.0 0.0 0.0 RG", "10 832 30 -20 re", "S", "Q", "1.0 1.0 0.0 rg",
                                     "q", "2 w", "0.0 0.0 1.0 RG", "10 832 30 -20 re", "1.0 1.0 0.0 rg", "f", "Q"}));
-}
-
-TEST_F(PdfTest, GraphicsDocumentPassesTheChecks) {
-  WriteChecked("graphics.pdf", [](cPDF& pdf) {
-    pdf.NewPage();
-    pdf.SetColors(0x0000FF, 0x00FF00);
-    pdf.SetLineFormat(2, ButtCap, MilterJoin, 0, "[]");
-    pdf.MoveTo(20, 50);
-    pdf.WLineTo(560, 50);
-    pdf.LineStroke();
-    pdf.WCurve(300, 300, 100, 100, 200, 400, 50, 300);
-    pdf.LineStroke();
-    pdf.WCircle(300, 500, 40);
-    pdf.WRectangle(600, 50, 100, 200, 1, 0, true);
-  });
 }
 
 }  // namespace

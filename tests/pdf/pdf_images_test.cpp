@@ -1,9 +1,5 @@
 #include <zlib.h>
 
-#include <fstream>
-#include <iterator>
-
-#include "pdf/pdf_writer.h"
 #include "pdf_fixture.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -39,79 +35,20 @@ std::string StreamOf(const std::string& doc, int n) {
 }
 
 TEST_F(PdfTest, ImageDocumentByteForByte) {
-  std::string expected = CrLines({
-      "5 0 obj",                         // 198
-      "<<",                              // 206
-      "/Type /XObject",                  // 209
-      "/Subtype /Image",                 // 224
-      "/Name /Im1",                      // 240
-      "/BitsPerComponent 8",             // 251
-      "/ColorSpace /DeviceRGB",          // 271
-      "/Filter []",                      // 294
-      "/Width 1",                        // 305
-      "/Height 1",                       // 314
-      "/Length 3",                       // 324
-      ">>",                              // 334
-      "stream",                          // 337
-      std::string("\xFF\x00\x00", 3),    // 344
-      "endstream",                       // 348
-      "endobj",                          // 358
-      "4 0 obj",                         // 365
-      "<< ",                             // 373
-      "/Font",                           // 377
-      "<< ",                             // 383
-      "",                                // 387
-      ">>",                              // 388
-      "/ProcSet[/PDF /ImageB /Text]",    // 391
-      "/XObject ",                       // 420
-      "<<",                              // 430
-      "/Im1 5 0 R\r",                    // 433
-      ">>",                              // 445
-      ">>",                              // 448
-      "endobj",                          // 451
-      "2 0 obj",                         // 458
-      "<<",
-      "/Type /Catalog",
-      "/Pages 3 0 R",
-      ">>",
-      "endobj",
-      "3 0 obj",                         // 507
-      "<<",
-      "/Type /Pages",
-      "/Count 0",
-      "/Kids [ ]",
-      "/Resources 4 0 R",
-      ">>",
-      "endobj",
-      "xref",                            // 577
-      "0 6",
-      "0000000000 65535 f ",
-      "0000000015 00000 n ",
-      "0000000458 00000 n ",
-      "0000000507 00000 n ",
-      "0000000365 00000 n ",
-      "0000000198 00000 n ",
-      "trailer",
-      "<<",
-      "/Size 6",
-      "/Root 2 0 R",
-      "/Info 1 0 R",
-      ">>",
-      "startxref",
-      "577",
-      "%%EOF",
-  });
-  std::string bytes = WriteChecked("image.pdf", [](cPDF& pdf) {
-    pdf.LoadImage(PdfPicture{1, 1, {0xFF, 0x00, 0x00}}, "Im1");
-  });
-  ASSERT_GT(bytes.size(), 198u);
-  EXPECT_EQ(bytes.substr(198), expected);
+  const std::string expected =
+      kHeaderAndInfo +
+      CrLines({"5 0 obj", "<<", "/Type /XObject", "/Subtype /Image", "/Name /Im1", "/BitsPerComponent 8",
+               "/ColorSpace /DeviceRGB", "/Filter []", "/Width 1", "/Height 1", "/Length 3", ">>", "stream",
+               std::string("\xFF\x00\x00", 3), "endstream", "endobj"}) +                           // 198
+      Resources("", {"/ProcSet[/PDF /ImageB /Text]", "/XObject ", "<<", "/Im1 5 0 R\r", ">>"}) +   // 365
+      kCatalog + kNoPages +                                                                       // 458, 507
+      XrefAndTrailer({15, 458, 507, 365, 198}, 577);
+  EXPECT_EQ(WriteChecked("image.pdf", [](cPDF& pdf) { pdf.LoadImage(PdfPicture{1, 1, {0xFF, 0x00, 0x00}}, "Im1"); }),
+            expected);
 }
 
 TEST_F(PdfTest, RawZippedAndGreyImages) {
   PdfPicture p = Picture(3, 2);
-  EXPECT_EQ(pdf::BitmapStride(3), 12);
-  EXPECT_EQ(pdf::BitmapStride(4), 12);
   std::string doc = WriteChecked("images.pdf", [&](cPDF& pdf) {
     pdf.LoadImage(p, "Raw");
     pdf.LoadImage(p, "Zip", false, true);
@@ -166,8 +103,7 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
                                0x01, 0x00, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3B};
   folder_->Write("p.gif", std::string(reinterpret_cast<const char*>(gif), sizeof gif));
 
-  std::ifstream logoFile(std::string(VELMORA_SOURCE_DIR) + "/resources/receipt_logo.png", std::ios::binary);
-  std::vector<uint8_t> logo{std::istreambuf_iterator<char>(logoFile), std::istreambuf_iterator<char>()};
+  std::vector<uint8_t> logo = SourceBytes("resources/receipt_logo.png");
   ASSERT_FALSE(logo.empty());
 
   std::string doc = WriteChecked("formats.pdf", [&](cPDF& pdf) {
@@ -190,28 +126,13 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
 TEST_F(PdfTest, BadPicturesAreErrorsToTheCaller) {
   cPDF pdf;
   ASSERT_TRUE(pdf.PDFCreate());
-  try {
-    pdf.LoadImageFromFile(Path("missing.png"), "A");
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number, 53);
-  }
+  EXPECT_EQ(ErrorNumber([&] { pdf.LoadImageFromFile(Path("missing.png"), "A"); }), 53);
   folder_->Write("corrupt.png", "\x89PNG\r\n\x1a\n this is not a picture");
-  try {
-    pdf.LoadImageFromFile(Path("corrupt.png"), "A");
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number, 481);
-  }
-  // Headers announcing far more than the file holds are refused before anything is allocated.
-  for (const char* name : {"png_chunk_longer_than_file.png", "bmp_huge_without_pixels.bmp"}) {
-    try {
-      pdf.LoadImageFromFile(std::string(VELMORA_SOURCE_DIR) + "/fuzz/crashes/pdf_image/" + name, "A");
-      FAIL() << name;
-    } catch (const Error& e) {
-      EXPECT_EQ(e.Number, 481) << name;
-    }
-  }
+  // The last two: headers announcing far more than the file holds, refused before allocating.
+  const std::string crashes = std::string(VELMORA_SOURCE_DIR) + "/fuzz/crashes/pdf_image/";
+  for (const std::string& file : {Path("corrupt.png"), crashes + "png_chunk_longer_than_file.png",
+                                  crashes + "bmp_huge_without_pixels.bmp"})
+    EXPECT_EQ(ErrorNumber([&] { pdf.LoadImageFromFile(file, "A"); }), 481) << file;
   EXPECT_THROW(pdf.LoadImage(PdfPicture{2, 2, {1, 2, 3}}, "A"), Error);
   EXPECT_THROW(pdf.LoadImageFromMemory(nullptr, 0, "A"), Error);
   pdf.LoadImage(PdfPicture{1, 1, {1, 2, 3}}, "A");

@@ -1,108 +1,25 @@
-#include "pdf/pdf_writer.h"
 #include "pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {
 
 TEST_F(PdfTest, OutlinesByteForByte) {
-  std::string expected = CrLines({
-      "5 0 obj",                          // 198
-      "<<",
-      "/Type /Page",
-      "/Parent 3 0 R",
-      "/MediaBox [ 0 0 595 842]",
-      "/Contents 6 0 R",
-      "/Rotate 0",
-      ">>",
-      "endobj",
-      "6 0 obj",                          // 296
-      "<<",
-      "/Length 7 0 R",
-      ">>",
-      "stream",                           // content starts at 331
-      "endstream",                        // 331
-      "endobj",                           // 341
-      "7 0 obj",                          // 348
-      "0",
-      "endobj",
-      "4 0 obj",                          // 365
-      "<< ",
-      "/Font",
-      "<< ",
-      "",
-      ">>",
-      ">>",
-      "endobj",
-      "2 0 obj",                          // 401
-      "<<",
-      "/Type /Catalog",
-      "/Pages 3 0 R",
-      "/Outlines 8 0 R",                  // 440
-      "/PageMode /UseOutlines",           // 456
-      ">>",                               // 479
-      "endobj",                           // 482
-      "8 0 obj",                          // 489
-      "<<",
-      "/Type /Outlines",
-      "/First 9 0 R",
-      "/Last 10 0 R",
-      "/Count 2",
-      ">>",
-      "endobj",
-      "9 0 obj",                          // 561
-      "<<",
-      "/Title < 556E6F > ",
-      "/Parent 8 0 R",
-      "/Next 10 0 R",
-      "/Dest [5 0 R /XYZ 0 842 null ]",
-      ">>",
-      "endobj",
-      "10 0 obj",                         // 659
-      "<<",
-      "/Title < 446F73 > ",
-      "/Parent 8 0 R",
-      "/Prev 9 0 R",
-      "/Dest [5 0 R /XYZ 10 742 1.5 ]",
-      ">>",
-      "endobj",
-      "3 0 obj",                          // 757
-      "<<",
-      "/Type /Pages",
-      "/Count 1",
-      "/Kids [ 5 0 R ]",
-      "/Resources 4 0 R",
-      ">>",
-      "endobj",
-      "xref",                             // 833
-      "0 11",
-      "0000000000 65535 f ",
-      "0000000015 00000 n ",
-      "0000000401 00000 n ",
-      "0000000757 00000 n ",
-      "0000000365 00000 n ",
-      "0000000198 00000 n ",
-      "0000000296 00000 n ",
-      "0000000348 00000 n ",
-      "0000000489 00000 n ",
-      "0000000561 00000 n ",
-      "0000000659 00000 n ",
-      "trailer",
-      "<<",
-      "/Size 11",
-      "/Root 2 0 R",
-      "/Info 1 0 R",
-      ">>",
-      "startxref",
-      "833",
-      "%%EOF",
-  });
-  std::string bytes = WriteChecked("outlines.pdf", [](cPDF& pdf) {
-    pdf.NewPage();
-    pdf.AddOutline("o1", "Uno");
-    pdf.AddOutline("o2", "Dos", "", 1, 100, 10, 150);
-  });
-  ASSERT_GT(bytes.size(), 198u);
-  EXPECT_EQ(bytes.substr(198), expected);
+  const std::string expected =
+      kHeaderAndInfo + kA4Page5 +                                                                  // 198
+      ContentStream(6, "", 0) + Resources("") +                                                    // 296, 365
+      Dict(2, {"/Type /Catalog", "/Pages 3 0 R", "/Outlines 8 0 R", "/PageMode /UseOutlines"}) +    // 401
+      Dict(8, {"/Type /Outlines", "/First 9 0 R", "/Last 10 0 R", "/Count 2"}) +                    // 489
+      Dict(9, {"/Title < 556E6F > ", "/Parent 8 0 R", "/Next 10 0 R", "/Dest [5 0 R /XYZ 0 842 null ]"}) +  // 561
+      Dict(10, {"/Title < 446F73 > ", "/Parent 8 0 R", "/Prev 9 0 R", "/Dest [5 0 R /XYZ 10 742 1.5 ]"}) +  // 659
+      Dict(3, {"/Type /Pages", "/Count 1", "/Kids [ 5 0 R ]", "/Resources 4 0 R"}) +                // 757
+      XrefAndTrailer({15, 401, 757, 365, 198, 296, 348, 489, 561, 659}, 833);
+  EXPECT_EQ(WriteChecked("outlines.pdf",
+                         [](cPDF& pdf) {
+                           pdf.NewPage();
+                           pdf.AddOutline("o1", "Uno");
+                           pdf.AddOutline("o2", "Dos", "", 1, 100, 10, 150);
+                         }),
+            expected);
 }
 
 TEST_F(PdfTest, NestedOutlinesAndBadParents) {
@@ -116,23 +33,14 @@ TEST_F(PdfTest, NestedOutlinesAndBadParents) {
     EXPECT_THROW(pdf.AddOutline("x", "x", "nobody"), Error);
     EXPECT_EQ(pdf.Outlines.Item("cap2").Page, 2);
   });
-  // Root 11 (after pages 5..10), entries 12..15.
+  // Pages listed in order; root 11 (after pages 5..10), entries 12..15.
+  EXPECT_NE(doc.find("/Count 2\r/Kids [ 5 0 R 8 0 R ]\r"), std::string::npos);
   EXPECT_NE(doc.find("/Outlines 11 0 R\r"), std::string::npos);
   EXPECT_NE(doc.find("/First 12 0 R\r/Last 15 0 R\r/Count 4\r"), std::string::npos);
   EXPECT_NE(doc.find("/Parent 11 0 R\r/Next 15 0 R\r/Dest [5 0 R /XYZ 0 842 null ]\r"
                      "/First 13 0 R\r/Last 14 0 R\r/Count 2\r"),
             std::string::npos);
   EXPECT_NE(doc.find("/Parent 12 0 R\r/Prev 13 0 R\r/Dest [8 0 R /XYZ 0 542 1 ]\r"), std::string::npos);
-}
-
-TEST_F(PdfTest, NoOutlinesMeansNoOutlineKeys) {
-  cPDF pdf;
-  ASSERT_TRUE(pdf.PDFCreate());
-  pdf.NewPage();
-  pdf.PDFClose();
-  std::string doc = AsString(pdf.GetPDFStream());
-  EXPECT_EQ(doc.find("/Outlines"), std::string::npos);
-  EXPECT_EQ(doc.find("/PageMode"), std::string::npos);
 }
 
 TEST_F(PdfTest, BlocksAreFormXObjects) {
@@ -155,12 +63,7 @@ TEST_F(PdfTest, BlocksAreFormXObjects) {
 TEST_F(PdfTest, UnreadableBlockFilesAreErrors) {
   cPDF pdf;
   ASSERT_TRUE(pdf.PDFCreate());
-  try {
-    pdf.CreaBloque("B", Path("missing.txt"));
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number, 53);
-  }
+  EXPECT_EQ(ErrorNumber([&] { pdf.CreaBloque("B", Path("missing.txt")); }), 53);
   EXPECT_THROW(pdf.CreaBloque("B", folder_->Root()), Error);  // a folder
   pdf.PDFClose();
   EXPECT_EQ(XrefProblems(AsString(pdf.GetPDFStream())), "");

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -75,16 +76,11 @@ std::string QpdfProblems(const std::string& path) {
 }
 
 std::string RenderProblems(const std::string& path) {
-  std::string prefix = path + ".render";
-  ProgramResult r = RunProgram({"pdftoppm", "-r", "20", "-png", path, prefix});
-  // Remove the pictures; their names depend on the page count.
-  for (int page = 1; page <= 999; ++page) {
-    for (const char* fmt : {"-%d.png", "-%02d.png", "-%03d.png"}) {
-      char suffix[32];
-      std::snprintf(suffix, sizeof suffix, fmt, page);
-      unlink((prefix + suffix).c_str());
-    }
-  }
+  // The pictures go to a folder of their own: their names depend on the page count.
+  const std::filesystem::path pictures = path + ".render";
+  std::filesystem::create_directory(pictures);
+  ProgramResult r = RunProgram({"pdftoppm", "-r", "20", "-png", path, (pictures / "p").string()});
+  std::filesystem::remove_all(pictures);
   if (r.exitCode != 0 || !r.output.empty())
     return "pdftoppm exit " + std::to_string(r.exitCode) + ": " + r.output;
   return {};

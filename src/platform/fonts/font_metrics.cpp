@@ -10,7 +10,7 @@
 #include <mutex>
 #include <tuple>
 
-#include "platform/fonts/cp1252.h"
+#include "platform/cp1252.h"
 
 namespace velmora::platform {
 namespace {
