@@ -9,9 +9,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
-    const auto requests = velmora::cli::ParseRequestFile(std::string_view(reinterpret_cast<const char*>(data), size));
-    if (requests.empty()) std::abort();
-    for (const auto& fields : requests)
+    const auto file = velmora::cli::ParseRequestFile(std::string_view(reinterpret_cast<const char*>(data), size));
+    if (file.requests.empty() || (!file.batch && file.requests.size() != 1)) std::abort();
+    for (const auto& fields : file.requests)
       if (fields.size() > velmora::cli::RequestPropertyNames().size()) std::abort();
   } catch (const std::invalid_argument&) {
   }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The main job: builds the library, executor.exe, the command-line host and the simulator, then
-# shows the ready runtime folder and, when the dispensation road is built, runs the demo.
+# runs `velmora demo`: one dispensation and a printed batch of five against the simulator, in a
+# fresh runtime folder whose path it prints.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 "$here/scripts/bootstrap.sh"
@@ -9,7 +10,4 @@ cmake -S "$here" -B "$build" -DCMAKE_BUILD_TYPE=Release -DVELMORA_BUILD_TESTS=OF
 cmake --build "$build" -j"$(nproc)"
 runtime="$build/runtime"
 unset VELMORA_HOME
-"$runtime/velmora" status
-if "$runtime/velmora" help 2>&1 | grep -q demo; then
-  "$runtime/velmora" demo
-fi
+exec "$runtime/velmora" demo

@@ -7,15 +7,18 @@
 namespace velmora::cli {
 namespace {
 
-TEST(RequestFile, SectionsBecomeDispensations) {
-  const auto requests = ParseRequestFile(
-      "# a batch of two\r\n[Dispensacion]\r\n  IdFarmacia =  F 1 \r\nRegimenReceta=-1\r\n\r\n"
-      "[Dispensacion]\n; second\nImporte=10,50\nIDPrescripcion=\n");
-  ASSERT_EQ(requests.size(), 2u);
-  EXPECT_EQ(requests[0].at("IdFarmacia"), "F 1");
-  EXPECT_EQ(requests[0].at("RegimenReceta"), "-1");
-  EXPECT_EQ(requests[1].at("Importe"), "10,50");
-  EXPECT_EQ(requests[1].at("IDPrescripcion"), "");
+TEST(RequestFile, OneSectionIsASingleDispensationNumberedOnesABatch) {
+  const auto single = ParseRequestFile("# one\r\n[Dispensacion]\r\n  IdFarmacia =  F 1 \r\nRegimenReceta=-1\r\n");
+  EXPECT_FALSE(single.batch);
+  ASSERT_EQ(single.requests.size(), 1u);
+  EXPECT_EQ(single.requests[0].at("IdFarmacia"), "F 1");
+  EXPECT_EQ(single.requests[0].at("RegimenReceta"), "-1");
+
+  const auto batch = ParseRequestFile("[Dispensacion1]\nImporte=1\n\n[Dispensacion2]\n; second\nImporte=10,50\nIDPrescripcion=\n");
+  EXPECT_TRUE(batch.batch);
+  ASSERT_EQ(batch.requests.size(), 2u);
+  EXPECT_EQ(batch.requests[1].at("Importe"), "10,50");
+  EXPECT_EQ(batch.requests[1].at("IDPrescripcion"), "");
 }
 
 TEST(RequestFile, BadInputIsRefusedWithTheLine) {
@@ -27,7 +30,10 @@ TEST(RequestFile, BadInputIsRefusedWithTheLine) {
       {"[Dispensacion]\nIdFarmacia=a\nIdFarmacia=b\n", "line 3: 'IdFarmacia' given twice"},
       {"[Dispensacion]\nTipoPrescripcion=3x\n", "line 2: TipoPrescripcion must be a whole number"},
       {"[Dispensacion]\nRegimenReceta=99999999999\n", "line 2: RegimenReceta must be a whole number"},
-      {"[Dispensaciones]\n", "line 1: unknown section [Dispensaciones] (use [Dispensacion])"},
+      {"[Dispensaciones]\n", "line 1: unexpected section [Dispensaciones] (use one [Dispensacion], or [Dispensacion1])"},
+      {"[Dispensacion1]\n[Dispensacion3]\n", "line 2: unexpected section [Dispensacion3] (use one [Dispensacion], or [Dispensacion2])"},
+      {"[Dispensacion]\n[Dispensacion]\n", "line 2: unexpected section [Dispensacion] (use one [Dispensacion], or no more sections)"},
+      {"[Dispensacion1]\n[Dispensacion]\n", "line 2: unexpected section [Dispensacion] (use one [Dispensacion], or [Dispensacion2])"},
       {"[Dispensacion]\nSaveSOAPMsgToFile=yes\n", "line 2: SaveSOAPMsgToFile must be 0 or 1"},
   };
   for (const auto& [text, message] : cases) {

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include "../interface/interface_fixture.h"
 #include "platform/profile.h"
@@ -149,6 +153,86 @@ TEST(Road, BatchAcceptedWhole) {
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_TRUE(response->DispensacionRealizada());
   EXPECT_TRUE(response->blnCodigoErrorDisp);
+}
+
+}  // namespace
+}  // namespace velmora
+
+namespace velmora {
+namespace {
+
+// Children of this process that have ended but were never reaped.
+int ZombieChildren() {
+  int zombies = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    std::ifstream in(entry.path() / "stat");
+    std::string stat;
+    if (!std::getline(in, stat)) continue;
+    const size_t close = stat.rfind(')');
+    if (close == std::string::npos) continue;
+    std::istringstream rest(stat.substr(close + 2));
+    char state = 0;
+    long ppid = 0;
+    rest >> state >> ppid;
+    if (state == 'Z' && ppid == getpid()) ++zombies;
+  }
+  return zombies;
+}
+
+TEST(Road, LateAnswerWithADefaultFileGivesTheDefaultThenGoesAside) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim, "1"));
+  f.folder.Write("defrespo.xml",
+                 "<RespuestaPeticion><NAvisos>1</NAvisos><codigoAviso><i>7777</i></codigoAviso></RespuestaPeticion>");
+  CInterface iface;
+  Finish finish;
+  Watch(iface, finish);
+  auto request = CompleteRequest();
+  request.CodigoDispensado = "sim:slow-3";
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_EQ(finish.type, rspDefault);
+  EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "7777");
+  EXPECT_TRUE(testing::WaitFor([&] { return f.Exists("Retrasados/RX001.xml"); }, std::chrono::seconds(20)));
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
+}
+
+TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  CInterface iface;
+  Finish finish;
+  Watch(iface, finish);
+  auto request = CompleteRequest();
+  // Blanks split the command line (the executor joins the parts again); the rest is only text.
+  // ("&" is left out: values go into the body unescaped, so it would fail the request as 32007.)
+  request.IDPrescripcion = "RX;$(touch m1)`touch m2`|touch m3>m4";
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_EQ(finish.type, rspReceived);
+  EXPECT_TRUE(response->DispensacionRealizada());
+  for (const char* marker : {"m1", "m2", "m3", "m4"}) {
+    EXPECT_FALSE(f.Exists(marker)) << marker;
+    EXPECT_FALSE(std::filesystem::exists(marker)) << marker;
+  }
+  const auto records = sim.Records();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("RX;$(touch m1)`touch m2`|touch m3&gt;m4"), std::string::npos)
+      << records[0];
+}
+
+TEST(Road, AnAnswerIsTakenAsSoonAsItIsMarkedAndNoExecutorIsLeftAZombie) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim, "30"));
+  CInterface iface;
+  auto request = CompleteRequest();
+  request.CodigoDispensado = "sim:slow-1";
+  const auto start = std::chrono::steady_clock::now();
+  auto response = iface.SolicitudDispensacion(request);
+  const auto took = std::chrono::steady_clock::now() - start;
+  EXPECT_TRUE(response->DispensacionRealizada());
+  // The service answers after a second; a wait that only looked again a whole second later would
+  // take two or more. The folder watch wakes the wait when the mark is set.
+  EXPECT_LT(took, std::chrono::milliseconds(1900));
+  EXPECT_TRUE(testing::WaitFor([] { return ZombieChildren() == 0; }, std::chrono::seconds(10)));
 }
 
 }  // namespace

@@ -95,60 +95,88 @@ CPeticionDispensacion DemoRequest(int n, const std::string& product) {
   return r;
 }
 
+// A copy of the ini beside the library (a build tree) or of the installed sample.
+std::string IniTemplate(const std::string& libraryFolder) {
+  if (access((libraryFolder + "velmora.ini").c_str(), R_OK) == 0) return libraryFolder + "velmora.ini";
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  const std::string program = n > 0 ? std::string(self, static_cast<size_t>(n)) : std::string();
+  return program.substr(0, program.rfind('/') + 1) + "../share/velmora/velmora.ini";
+}
+
 }  // namespace
 
 int Demo(std::ostream& out, std::ostream& err) {
-  CFileAdmin files;
-  const std::string root = files.GetDllPath();
-  const std::string ini = files.IniFilePath();
+  // A fresh runtime folder: the demo must neither depend on nor disturb the folder a till uses.
+  const std::string libraryFolder = CFileAdmin().GetDllPath();
+  char pattern[] = "/tmp/velmora-demo-XXXXXX";
+  if (!mkdtemp(pattern)) {
+    err << "velmora demo: cannot make a folder under /tmp\n";
+    return 1;
+  }
+  const std::string root = std::string(pattern) + "/";
+  {
+    std::ifstream in(IniTemplate(libraryFolder), std::ios::binary);
+    if (!in) {
+      err << "velmora demo: no velmora.ini to start from (" << IniTemplate(libraryFolder) << ")\n";
+      return 1;
+    }
+    std::ofstream(root + "velmora.ini", std::ios::binary) << in.rdbuf();
+  }
+  if (symlink((libraryFolder + "executor.exe").c_str(), (root + "executor.exe").c_str()) != 0) {
+    err << "velmora demo: cannot link " << libraryFolder << "executor.exe\n";
+    return 1;
+  }
+  setenv("VELMORA_HOME", root.c_str(), 1);
+  const std::string ini = root + "velmora.ini";
   const std::string portFile = root + ".velmora-sim.port";
   const std::string scenarios = root + ".velmora-sim.scenarios";
-  unlink(portFile.c_str());
   // The batch is answered item by item, with every second item rejected, to show both kinds.
   std::ofstream(scenarios) << "654321 = batch-rejected\n";
   // The receipt opens in a viewer only where a person can look at it.
   if (!getenv("VELMORA_PDF_VIEWER") && !getenv("DISPLAY")) setenv("VELMORA_PDF_VIEWER", "", 1);
 
-  const std::string simulator = SimulatorProgram(root);
+  const std::string simulator = SimulatorProgram(libraryFolder);
   Simulator sim(simulator, portFile, scenarios);
   const int port = sim.Started() ? WaitForPort(portFile) : 0;
-  unlink(portFile.c_str());
   if (port == 0) {
     err << "velmora demo: the simulator did not start (" << simulator << ")\n";
     return 1;
   }
-  const std::string previous = GetPrivateProfileStringEx(ini, "Configuracion", "Servicio");
   const std::string wsdl = "http://127.0.0.1:" + std::to_string(port) + "/dispensacion?wsdl";
   if (!WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", wsdl)) {
     err << "velmora demo: cannot write " << ini << "\n";
     return 1;
   }
-  out << "simulator: " << wsdl << "\n";
+  out << "runtime folder: " << root << "\nsimulator: " << wsdl << "\n";
 
   int failures = 0;
   {
     CInterface iface;
+    ResponseTypeEnum type = rspInternal;
+    iface.AlTerminarSolicitudDispensacion = [&type](bool, ResponseTypeEnum t) { type = t; };
     out << "\n== one dispensation ==\n";
     auto request = DemoRequest(1, "600000");
     auto single = iface.SolicitudDispensacion(request);
     out << "IDPrescripcion: " << request.IDPrescripcion << "\n";
-    PrintVerdict(out, *single, iface.Errores());
+    PrintVerdict(out, *single, type, iface.Errores());
     if (!single->DatosValidos || !single->DispensacionRealizada()) ++failures;
 
     out << "\n== a batch of five, printed ==\n";
+    type = rspInternal;
     CListadoDispensaciones list;
     for (int n = 1; n <= 5; ++n) {
       auto item = DemoRequest(n, "65432" + std::to_string(n));
       list.aniadirDispensacion(item);
     }
     auto batch = iface.SolicitudDispensaciones(list, true);
-    PrintVerdict(out, *batch, iface.Errores());
-    out << "receipt: " << root << "velmora.pdf\n";
+    PrintVerdict(out, *batch, type, iface.Errores());
     if (!batch->DatosValidos) ++failures;
   }
-  WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", previous);
+  unlink(portFile.c_str());
   unlink(scenarios.c_str());
-  out << "\nlog: " << files.LogFilePath() << "\naudit: " << files.GetAuditorPath() << "\n";
+  out << "\nreceipt: " << root << "velmora.pdf\nlog: " << root << "velmora.log\naudit: " << root
+      << "Auditoria/audit.log\n";
   return failures == 0 ? 0 : 1;
 }
 

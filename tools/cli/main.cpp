@@ -1,26 +1,34 @@
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "commands.h"
 #include "status.h"
 
 namespace {
 int Usage() {
-  std::cerr << "usage: velmora status            the runtime folder, the configuration, the counters\n"
-               "       velmora send FILE [--print]  send the dispensation(s) of a request file\n"
-               "       velmora demo              one dispensation and a printed batch against velmora-sim\n";
+  std::cerr << "usage: velmora status                          the runtime folder, the configuration, the counters\n"
+               "       velmora dispense FILE [--print] [--json]  send the dispensation(s) of a request file\n"
+               "       velmora demo                            one dispensation and a printed batch against velmora-sim\n";
   return 2;
 }
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return Usage();
-  const std::string command = argv[1];
-  if (command == "status" && argc == 2) return velmora::cli::Status(std::cout);
-  if (command == "demo" && argc == 2) return velmora::cli::Demo(std::cout, std::cerr);
-  if (command == "send" && (argc == 3 || (argc == 4 && std::string(argv[3]) == "--print")))
-    return velmora::cli::Send(argv[2], argc == 4, std::cout, std::cerr);
-  if (command == "help") {
+  const std::vector<std::string> args(argv + 1, argv + argc);
+  if (args.empty()) return Usage();
+  if (args[0] == "status" && args.size() == 1) return velmora::cli::Status(std::cout);
+  if (args[0] == "demo" && args.size() == 1) return velmora::cli::Demo(std::cout, std::cerr);
+  if (args[0] == "dispense" && args.size() >= 2) {
+    bool print = false, json = false;
+    for (size_t i = 2; i < args.size(); ++i) {
+      if (args[i] == "--print") print = true;
+      else if (args[i] == "--json") json = true;
+      else return Usage();
+    }
+    return velmora::cli::Dispense(args[1], print, json, std::cout, std::cerr);
+  }
+  if (args[0] == "help" || args[0] == "--help") {
     Usage();
     return 0;
   }

@@ -33,8 +33,10 @@ std::string_view Strip(std::string_view s) {
 
 }  // namespace
 
-std::vector<RequestFields> ParseRequestFile(std::string_view text) {
-  std::vector<RequestFields> requests;
+RequestFile ParseRequestFile(std::string_view text) {
+  RequestFile file;
+  auto& requests = file.requests;
+  bool single = false;
   const auto& names = RequestPropertyNames();
   size_t lineNumber = 0;
   size_t start = 0;
@@ -46,7 +48,15 @@ std::vector<RequestFields> ParseRequestFile(std::string_view text) {
     start = end + 1;
     if (line.empty() || line.front() == ';' || line.front() == '#') continue;
     if (line.front() == '[') {
-      if (line != "[Dispensacion]") Fail(lineNumber, "unknown section " + std::string(line) + " (use [Dispensacion])");
+      const std::string expected = "[Dispensacion" + std::to_string(requests.size() + 1) + "]";
+      if (line == "[Dispensacion]" && requests.empty() && !single) {
+        single = true;
+      } else if (line == expected && !single) {
+        file.batch = true;
+      } else {
+        Fail(lineNumber, "unexpected section " + std::string(line) + " (use one [Dispensacion], or " +
+                             (single ? std::string("no more sections") : expected) + ")");
+      }
       requests.emplace_back();
       continue;
     }
@@ -67,7 +77,7 @@ std::vector<RequestFields> ParseRequestFile(std::string_view text) {
     if (!requests.back().emplace(name, value).second) Fail(lineNumber, "'" + name + "' given twice");
   }
   if (requests.empty()) throw std::invalid_argument("no [Dispensacion] section");
-  return requests;
+  return file;
 }
 
 }  // namespace velmora::cli

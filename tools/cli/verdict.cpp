@@ -1,7 +1,7 @@
 #include "verdict.h"
 
-#include <map>
-#include <string>
+#include <algorithm>
+#include <charconv>
 
 namespace velmora::cli {
 
@@ -23,20 +23,70 @@ void PrintErrors(std::ostream& out, CError& errors) {
   for (const auto& e : errors.Errores()) out << "  error " << e.Number << " (" << e.Source << "): " << e.Description << "\n";
 }
 
+// A JSON string: quotes, backslashes and control characters escaped; UTF-8 passes as it is.
+std::string Quoted(const std::string& s) {
+  std::string out = "\"";
+  for (const char c : s) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20) {
+          char hex[8] = "\\u00";
+          const char* digits = "0123456789abcdef";
+          hex[4] = digits[(c >> 4) & 0xF];
+          hex[5] = digits[c & 0xF];
+          out.append(hex, 6);
+        } else {
+          out += c;
+        }
+    }
+  }
+  return out + "\"";
+}
+
+const char* Bool(bool b) { return b ? "true" : "false"; }
+
+std::string Array(const Collection<std::string>& items) {
+  std::string out = "[";
+  for (const auto& item : items) out += (out.size() > 1 ? "," : "") + Quoted(item);
+  return out + "]";
+}
+
+std::string Errors(CError& errors) {
+  std::string out = "[";
+  for (const auto& e : errors.Errores())
+    out += std::string(out.size() > 1 ? "," : "") + "{\"Number\":" + std::to_string(e.Number) +
+           ",\"Source\":" + Quoted(e.Source) + ",\"Description\":" + Quoted(e.Description) + "}";
+  return out + "]";
+}
+
 }  // namespace
 
-void PrintVerdict(std::ostream& out, const CRespuestaPeticion& r, CError& errors) {
+const char* ResponseTypeName(ResponseTypeEnum type) {
+  switch (type) {
+    case rspReceived: return "rspReceived";
+    case rspDefault: return "rspDefault";
+    default: return "rspInternal";
+  }
+}
+
+void PrintVerdict(std::ostream& out, const CRespuestaPeticion& r, ResponseTypeEnum type, CError& errors) {
+  out << (r.DispensacionRealizada() ? "ACCEPTED" : "NOT ACCEPTED") << " (" << ResponseTypeName(type) << ")\n";
   out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
-  out << "DispensacionRealizada: " << (r.DispensacionRealizada() ? "True" : "False") << "\n";
   out << "NAvisos: " << r.m_intNAvisos << "  NMotivosRechazo: " << r.m_intNMotivosRechazo << "\n";
   PrintList(out, "avisos", r.m_colCodigoAviso, r.m_colTextoAviso);
   PrintList(out, "motivos de rechazo", r.m_colCodigoMotivosRechazo, r.m_colTextoMotivosRechazo);
   PrintErrors(out, errors);
 }
 
-void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, CError& errors) {
+void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, ResponseTypeEnum type, CError& errors) {
+  out << (r.DispensacionRealizada() ? "BATCH ACCEPTED" : "BATCH NOT ACCEPTED WHOLE") << " (" << ResponseTypeName(type)
+      << ")\n";
   out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
-  out << "DispensacionRealizada: " << (r.DispensacionRealizada() ? "True" : "False") << "\n";
   out << "rows: " << r.ResultadoDispensacion().Count() << "\n";
   for (const auto& row : r.ResultadoDispensacion())
     out << "  " << row.Codigo << "  " << row.CodigoDispensado << "  " << row.TipoRespuesta << "  " << row.Description
@@ -44,8 +94,34 @@ void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, CError& error
   PrintErrors(out, errors);
 }
 
+void PrintJson(std::ostream& out, const std::string& id, const CRespuestaPeticion& r, ResponseTypeEnum type,
+               CError& errors) {
+  out << "{\"kind\":\"single\",\"IDPrescripcion\":" << Quoted(id) << ",\"tipoRespuesta\":" << static_cast<int>(type)
+      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(type) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
+      << ",\"DispensacionRealizada\":" << Bool(r.DispensacionRealizada()) << ",\"NAvisos\":" << r.m_intNAvisos
+      << ",\"NMotivosRechazo\":" << r.m_intNMotivosRechazo << ",\"codigoAviso\":" << Array(r.m_colCodigoAviso)
+      << ",\"textoAviso\":" << Array(r.m_colTextoAviso) << ",\"codigoMotivosRechazo\":"
+      << Array(r.m_colCodigoMotivosRechazo) << ",\"textoMotivosRechazo\":" << Array(r.m_colTextoMotivosRechazo)
+      << ",\"Errores\":" << Errors(errors) << "}\n";
+}
+
+void PrintJson(std::ostream& out, const std::string& id, const CRespDispensaciones& r, ResponseTypeEnum type,
+               CError& errors) {
+  std::string rows = "[";
+  for (const auto& row : r.ResultadoDispensacion())
+    rows += std::string(rows.size() > 1 ? "," : "") + "{\"Codigo\":" + Quoted(row.Codigo) +
+            ",\"Description\":" + Quoted(row.Description) + ",\"CodigoDispensado\":" + Quoted(row.CodigoDispensado) +
+            ",\"TipoRespuesta\":" + Quoted(row.TipoRespuesta) + "}";
+  rows += "]";
+  out << "{\"kind\":\"batch\",\"id\":" << Quoted(id) << ",\"tipoRespuesta\":" << static_cast<int>(type)
+      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(type) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
+      << ",\"DispensacionRealizada\":" << Bool(r.DispensacionRealizada())
+      << ",\"blnCodigoErrorDisp\":" << Bool(r.blnCodigoErrorDisp) << ",\"ResultadoDispensacion\":" << rows
+      << ",\"Errores\":" << Errors(errors) << "}\n";
+}
+
 void FillRequest(CPeticionDispensacion& q, const std::map<std::string, std::string>& fields) {
-  std::map<std::string, std::string*> text = {
+  const std::map<std::string, std::string*> text = {
       {"Importe", &q.Importe},
       {"ImporteAportacion", &q.ImporteAportacion},
       {"IdFarmacia", &q.IdFarmacia},
@@ -68,13 +144,18 @@ void FillRequest(CPeticionDispensacion& q, const std::map<std::string, std::stri
       {"NombrePaciente", &q.NombrePaciente},
       {"NecesitaVisado", &q.NecesitaVisado},
   };
+  auto number = [](const std::string& v) {
+    int n = 0;
+    std::from_chars(v.data(), v.data() + v.size(), n);  // the parser already checked the syntax
+    return n;
+  };
   for (const auto& [name, value] : fields) {
     if (auto it = text.find(name); it != text.end())
       *it->second = value;
     else if (name == "RegimenReceta")
-      q.RegimenReceta = static_cast<RegimenRecetaEnum>(std::stoi(value));
+      q.RegimenReceta = static_cast<RegimenRecetaEnum>(number(value));
     else if (name == "TipoPrescripcion")
-      q.TipoPrescripcion = static_cast<TipoPrescripcionEnum>(std::stoi(value));
+      q.TipoPrescripcion = static_cast<TipoPrescripcionEnum>(number(value));
     else if (name == "SaveSOAPMsgToFile")
       q.SaveSOAPMsgToFile = value == "1";
   }
