@@ -21,19 +21,33 @@ int StartItem(int16_t codeSet) {
   }
 }
 
-// For each Windows-1252 code, the first item of `first..last` whose Código is that character
-// (0 for none). Made once a call, from the table as it stands: the table is the caller's to
-// change between calls, and one pass over it costs less than a search for every character.
-std::array<int16_t, 256> FirstItemByCode(colC128& table, int first, int last) {
-  std::array<int16_t, 256> items{};
-  for (int n = last; n >= first; --n) {
-    const std::string& código = table.Item(n).Código;
-    uint32_t cp = 0;
-    if (código.empty() || platform::DecodeUtf8(código, 0, cp) != código.size()) continue;
-    const int code = platform::Cp1252ByteOf(cp);
-    if (code >= 0) items[static_cast<size_t>(code)] = static_cast<int16_t>(n);
+// For each Windows-1252 code, the first item of 1..63 (`low`) and of 64..94 (`high`) whose
+// Código is that character (0 for none). Made once a call, from the table as it stands: the
+// table is the caller's to change between calls, and one pass over it costs less than a search
+// for every character.
+struct ItemsByCode {
+  std::array<int16_t, 256> low{};
+  std::array<int16_t, 256> high{};
+};
+
+ItemsByCode IndexTable(const colC128& table) {
+  ItemsByCode index;
+  int16_t n = 0;
+  for (const C128& item : table) {
+    if (++n > 94) break;
+    const std::string& código = item.Código;
+    int code = -1;
+    if (código.size() == 1 && static_cast<unsigned char>(código[0]) < 0x80) {
+      code = código[0];
+    } else if (!código.empty()) {
+      uint32_t cp = 0;
+      if (platform::DecodeUtf8(código, 0, cp) == código.size()) code = platform::Cp1252ByteOf(cp);
+    }
+    if (code < 0) continue;
+    auto& slot = (n <= 63 ? index.low : index.high)[static_cast<size_t>(code)];
+    if (slot == 0) slot = n;
   }
-  return items;
+  return index;
 }
 
 }  // namespace
@@ -70,8 +84,9 @@ std::string BarCode128::Barras(const std::string& Texto, int16_t Codificación) 
   // set B for data, and the printed receipts already in circulation carry this exact pattern.
   if (Codificación != cC128_C) {
     const std::vector<int> codes = barcode::Cp1252Codes(Texto);
-    const auto low = FirstItemByCode(tabla_, 1, 63);
-    const auto high = FirstItemByCode(tabla_, 64, 94);
+    const ItemsByCode index = IndexTable(tabla_);
+    const auto& low = index.low;
+    const auto& high = index.high;
     for (size_t pos = 0; pos < codes.size(); ++pos) {
       const int code = codes[pos];
       C128* found = low[static_cast<size_t>(code)] ? &tabla_.Item(low[static_cast<size_t>(code)]) : nullptr;

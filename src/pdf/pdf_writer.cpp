@@ -7,6 +7,8 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <string>
 
 #include "platform/error_map.h"
 #include "platform/cp1252.h"
@@ -98,7 +100,12 @@ void AbandonOutput() noexcept {
   tState.pending.clear();
 }
 
-void WriteLine(std::string_view text, bool appendCR) { Append(ToCp1252(text), appendCR); }
+void WriteLine(std::string_view text, bool appendCR) {
+  // Nearly every line of a document is operators and numbers: ASCII, the same in both encodings.
+  for (const char c : text)
+    if (static_cast<unsigned char>(c) >= 0x80) return Append(ToCp1252(text), appendCR);
+  Append(text, appendCR);
+}
 
 void WriteBytes(std::string_view bytes, bool appendCR) { Append(bytes, appendCR); }
 
@@ -128,7 +135,41 @@ std::string HexBytes(std::string_view bytes) {
   return out;
 }
 
+namespace {
+
+// to_chars in fixed notation is exact but slow, and a receipt formats hundreds of thousands of
+// coordinates. Scaling to an integer gives the same digits whenever the scaled value is not
+// within reach of a rounding tie; those rare cases still go through to_chars.
+std::optional<std::string> FastFixed(double value, int decimals) {
+  static constexpr double kScale[] = {1, 10, 100, 1000, 10000};
+  if (decimals < 0 || decimals > 4 || !(std::fabs(value) < 1e12)) return std::nullopt;
+  const double scaled = value * kScale[decimals];
+  const double rounded = std::nearbyint(scaled);
+  if (std::fabs(std::fabs(scaled - rounded) - 0.5) < 1e-6) return std::nullopt;
+  auto units = static_cast<int64_t>(rounded);
+  const bool negative = units < 0;
+  if (negative) units = -units;
+  char digits[32];
+  auto [end, ec] = std::to_chars(digits, digits + sizeof digits, units);
+  (void)ec;
+  std::string whole(digits, end);
+  if (static_cast<int>(whole.size()) <= decimals) whole.insert(0, static_cast<size_t>(decimals + 1) - whole.size(), '0');
+  std::string out;
+  out.reserve(whole.size() + 2);
+  // A value that rounds to zero is written without its sign.
+  if (negative && units != 0) out += '-';
+  out.append(whole, 0, whole.size() - static_cast<size_t>(decimals));
+  if (decimals > 0) {
+    out += '.';
+    out.append(whole, whole.size() - static_cast<size_t>(decimals), std::string::npos);
+  }
+  return out;
+}
+
+}  // namespace
+
 std::string Fixed(double value, int decimals) {
+  if (auto fast = FastFixed(value, decimals)) return *fast;
   char buf[64];
   auto [end, ec] = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, decimals);
   if (ec != std::errc()) return "0";
