@@ -49,13 +49,18 @@ HttpTransport::~HttpTransport() {
 namespace {
 
 void Apply(CURL* curl, const ConnectionSettings& settings, long timeoutMs) {
-  // Every exchange starts from libcurl's defaults (nothing left over from the previous one);
-  // open connections survive the reset, so a second call reuses the first one's.
+  // Every exchange starts from libcurl's defaults (nothing left over from the previous one).
   curl_easy_reset(curl);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);
+  // Every exchange on a connection of its own, closed when it is done. A dispensation posted on
+  // a reused connection that the service has meanwhile closed is sent again by libcurl, and the
+  // service could register it twice; and a description fetch left open would hold one of the
+  // service's workers idle while the post waits for another.
+  curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
+  curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
   curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
   if (!settings.caFile.empty()) curl_easy_setopt(curl, CURLOPT_CAINFO, settings.caFile.c_str());
@@ -131,12 +136,6 @@ HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soa
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, envelope.data());
   curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(envelope.size()));
   curl_easy_setopt(curl, CURLOPT_USERAGENT, "velmora-soap/1.0");
-  // A dispensation is posted on a connection of its own. On a reused one that the service has
-  // meanwhile closed, libcurl silently sends the request again, and the service could register
-  // the same dispensation twice; a fresh connection also keeps the body from waiting on the
-  // previous exchange's delayed acknowledgement.
-  curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
-  curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
   // The handle outlives this call's header list and body, so it must not keep pointers to them.
   struct Forget {
     CURL* curl;
