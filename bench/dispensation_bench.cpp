@@ -202,7 +202,7 @@ void BM_DispensationAnchor(benchmark::State& state) {
 BENCHMARK(BM_DispensationAnchor)->Iterations(kLatencySamples)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // Not an anchor: where a dispensation's extra time goes. The POST after a WSDL GET on the same
-// connection, as executor.exe makes it.
+// connection, as executor.exe made it before it closed each connection after its exchange.
 void BM_PostAfterWsdl(benchmark::State& state) {
   const Envelope& envelope = RecordedEnvelope();
   std::vector<double> samples;

@@ -48,7 +48,8 @@ load="$(cut -d' ' -f1-3 /proc/loadavg)"
   does nothing), plus one libcurl POST, on a fresh connection, of the envelope executor.exe sent
   (taken from the simulator's record of the warm-up). The two "where it goes" rows are not
   anchors: executor.exe started for an id with no request file, and the same POST made after a
-  WSDL GET on the same kept-alive connection, as executor.exe makes it.
+  WSDL GET on the same kept-alive connection, the way executor.exe made it before it closed each
+  connection after its exchange (kept to show what that cost).
 - Wait: `getrusage(RUSAGE_SELF)` around one call whose answer comes after the time-out
   (`PeticionTimeOut` 5, scenario `slow-6`); beside it, one second of a loop that looks for the
   file on every pass without blocking.
