@@ -201,6 +201,9 @@ int Simulator::Run(std::string& error) {
     error = "cannot load the TLS certificate or key";
     return 2;
   }
+  // A service answers many tills at once; a slow answer must not hold up the others, so the
+  // simulator keeps more workers than a handful of slow scenarios can occupy.
+  d.server->new_task_queue = [] { return new httplib::ThreadPool(64); };
   int port = d.options.port;
   if (port == 0)
     port = d.server->bind_to_any_port("127.0.0.1");
