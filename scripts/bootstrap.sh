@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the demo need, and only those that are
-# missing, so running it twice costs a few dpkg queries.
+# missing, so running it twice costs a few dpkg queries. Package names given as arguments are
+# installed the same way (scripts/bench_deps.sh passes the benchmarks' own).
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
   libzint-dev libstb-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   qpdf poppler-utils python3 python3-zxing-cpp python3-pil tinyproxy
+  "$@"
 )
 
 missing=()

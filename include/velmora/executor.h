@@ -52,7 +52,6 @@ class VELMORA_API CExecutor {
   struct Impl;
   void LogWithId(const std::string& text) const;
   void Recovered(const std::string& value, const char* property) const;
-  void CopySharedErrors();
   // The steps both requests share; `batch` picks the operation, response class and texts.
   bool Request(bool batch, const std::string& strIdPrescripcion);
 

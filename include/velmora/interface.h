@@ -52,7 +52,6 @@ class VELMORA_API CInterface {
 
  private:
   bool WaitResponse(const std::string& strIdPrescripcion);
-  void CopySharedErrors();
 
   std::string serviceName_;
   std::string logFile_;

@@ -91,7 +91,12 @@ bool CAuditor::StoreInDelayed(const std::string& strIdPrescripcion) {
   try {
     // The source names Save on purpose: log readers group the trail's errors under it.
     if (strIdPrescripcion.empty()) Raise(32006, "CAuditor.Save");
-    result = !GetPrivateProfileStringEx(OutputFileName(), strIdPrescripcion, "RESPUESTA_GENERADA").empty();
+    // Late means the till was given another answer (a default or internal one). "srv" says the
+    // till took this very file: the executor marks the file complete before it asks, and a till
+    // quick to see the mark writes "srv" before reading the file, so calling that late would move
+    // the answer away under the reader.
+    const std::string given = GetPrivateProfileStringEx(OutputFileName(), strIdPrescripcion, "RESPUESTA_GENERADA");
+    result = !given.empty() && given != "srv";
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
   }

@@ -34,6 +34,11 @@ TraceScope::~TraceScope() {
 
 void TraceScope::Result(bool value) { result_ = platform::BoolText(value); }
 
+void CopySharedErrors(CError& target) {
+  target = CError();
+  for (const auto& item : ThreadContext().Errors.Errores()) target.AddError2(item);
+}
+
 void LogLine(std::string_view text) {
   try {
     ThreadContext().MessageLog.Writeln(text, true);

@@ -49,6 +49,10 @@ class TraceScope {
 // as the library's type. Never throws.
 Error HandleError(std::string_view method, const std::exception& e);
 
+// Empties `target` and copies into it every entry of the thread's shared error list, which is
+// left as it is: the entry classes hand the host the errors recorded since they were created.
+void CopySharedErrors(CError& target);
+
 // Writes one dated line to the message log; never throws (a log that cannot be written must
 // not turn a handled error into an unhandled one).
 void LogLine(std::string_view text);

@@ -79,10 +79,6 @@ CError& CExecutor::Errores() { return errores_; }
 int32_t CExecutor::OpcionesLog() const { return core::ThreadContext().MessageLog.Flags; }
 void CExecutor::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Flags = value; }
 
-void CExecutor::CopySharedErrors() {
-  errores_ = CError();
-  for (const CErrorItem& item : core::ThreadContext().Errors.Errores()) errores_.AddError2(item);
-}
 
 bool CExecutor::ConectarServicio() {
   core::TraceScope trace(kConnect);

@@ -113,7 +113,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
   } catch (const std::exception& e) {
     core::HandleError(method, e);
   }
-  CopySharedErrors();
+  core::CopySharedErrors(errores_);
   trace.Result(result);
   return result;
 }

@@ -58,10 +58,5 @@ int32_t CInterface::OpcionesLog() const { return core::ThreadContext().MessageLo
 
 void CInterface::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Flags = value; }
 
-void CInterface::CopySharedErrors() {
-  // Every error since the object was created: the shared list is not emptied here.
-  errores_ = CError();
-  for (const auto& item : core::ThreadContext().Errors.Errores()) errores_.AddError2(item);
-}
 
 }  // namespace velmora

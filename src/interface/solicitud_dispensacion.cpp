@@ -45,7 +45,7 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     failed = true;
     response->SetInternalResponse(false);
   }
-  CopySharedErrors();
+  core::CopySharedErrors(errores_);
   response->DatosValidos = !failed;
   trace.Result(response->DatosValidos);
   return response;

@@ -62,7 +62,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     failed = true;
     response->SetInternalResponse(false);
   }
-  CopySharedErrors();
+  core::CopySharedErrors(errores_);
   response->DatosValidos = !failed;
   trace.Result(response->DatosValidos);
   return response;

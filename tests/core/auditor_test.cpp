@@ -24,7 +24,12 @@ TEST(Auditor, HeaderThenMarksBuildOneRecord) {
             "[ID1]\r\nFECHA_ENVIO=24/02/03 09:05:07\r\nPETICION_GENERADA=Si\r\nMENSAJE_ENVIADO=Si\r\n"
             "MENSAJE_RECIBIDO=No\r\nRESPUESTA_GENERADA=\r\nTEXTO_RESPUESTA=texto\r\n");
   EXPECT_FALSE(auditor.StoreInDelayed("ID1"));
+  // The till took the executor's own file: not late, whatever the order of the two processes.
+  EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvService));
+  EXPECT_FALSE(auditor.StoreInDelayed("ID1"));
   EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvInternal));
+  EXPECT_TRUE(auditor.StoreInDelayed("ID1"));
+  EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvXML));
   EXPECT_TRUE(auditor.StoreInDelayed("ID1"));
   EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvNone));
   EXPECT_EQ(platform::ReadProfileString(auditor.OutputFileName(), "ID1", "RESPUESTA_GENERADA", "D"), "");
