@@ -1,17 +1,14 @@
 #include "velmora/pdf.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <zlib.h>
 
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "pdf/pdf_writer.h"
 #include "platform/error_map.h"
+#include "platform/files.h"
 
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
@@ -43,32 +40,6 @@ namespace {
 constexpr double kPi = 3.1415;
 
 [[noreturn]] void RaiseBadPicture(const char* source) { throw Error(481, source, "Imagen no válida"); }
-
-std::string ReadFileBytes(const std::string& path, const char* source) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) platform::RaiseErrno(errno, source);
-  struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    int err = S_ISDIR(st.st_mode) ? EISDIR : errno;
-    ::close(fd);
-    platform::RaiseErrno(err, source);
-  }
-  std::string data;
-  char buf[65536];
-  for (;;) {
-    ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      int err = errno;
-      ::close(fd);
-      platform::RaiseErrno(err, source);
-    }
-    if (n == 0) break;
-    data.append(buf, static_cast<size_t>(n));
-  }
-  ::close(fd);
-  return data;
-}
 
 // Larger pictures are refused rather than decoded: a few bytes of a crafted header can announce
 // gigabytes, and the decoder would allocate them before finding the data missing.
@@ -112,7 +83,7 @@ PdfPicture Decode(const uint8_t* data, size_t size, const char* source) {
 
 void cPDF::LoadImageFromFile(const std::string& PictureFile, const std::string& Name, bool GrayScale, bool Zipped) {
   const char* src = "cPDF.LoadImageFromFile";
-  std::string bytes = ReadFileBytes(PictureFile, src);
+  std::string bytes = platform::ReadFileOrRaise(PictureFile, src);
   WriteImage(Decode(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), src), Name, GrayScale, Zipped);
 }
 

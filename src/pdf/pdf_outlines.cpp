@@ -1,14 +1,10 @@
 #include "velmora/pdf.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <map>
 
 #include "pdf/pdf_writer.h"
 #include "platform/error_map.h"
+#include "platform/files.h"
 #include "platform/text.h"
 
 namespace velmora {
@@ -88,28 +84,7 @@ void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
   if (pageOpen_) Raise(5, src);  // the object would land inside the page's content stream
   if (Bloques.Find(Name)) RaisePdfCollectionError(457);
 
-  int fd = ::open(Archivo.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) platform::RaiseErrno(errno, src);
-  struct stat info {};
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    int err = S_ISDIR(info.st_mode) ? EISDIR : errno;
-    ::close(fd);
-    platform::RaiseErrno(err, src);
-  }
-  std::string text;
-  char buf[65536];
-  for (;;) {
-    ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      int err = errno;
-      ::close(fd);
-      platform::RaiseErrno(err, src);
-    }
-    if (n == 0) break;
-    text.append(buf, static_cast<size_t>(n));
-  }
-  ::close(fd);
+  const std::string text = platform::ReadFileOrRaise(Archivo, src);
 
   // The stream carries its /Length like every other stream: without it readers must search for
   // "endstream", and poppler draws nothing of the block.

@@ -72,22 +72,45 @@ bool IsDirectory(const std::string& path) {
   return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-std::optional<std::string> ReadWholeFile(const std::string& path) {
+namespace {
+
+// Reads a whole regular file; on failure returns the errno that says why.
+int ReadRegularFile(const std::string& path, std::string& data) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
-  std::string data;
+  if (fd < 0) return errno;
+  struct stat st{};
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    const int err = S_ISDIR(st.st_mode) ? EISDIR : errno;
+    close(fd);
+    return err ? err : EINVAL;
+  }
   char buf[65536];
   for (;;) {
     const ssize_t n = read(fd, buf, sizeof buf);
     if (n < 0) {
       if (errno == EINTR) continue;
+      const int err = errno;
       close(fd);
-      return std::nullopt;
+      return err;
     }
     if (n == 0) break;
     data.append(buf, static_cast<size_t>(n));
   }
   close(fd);
+  return 0;
+}
+
+}  // namespace
+
+std::optional<std::string> ReadWholeFile(const std::string& path) {
+  std::string data;
+  if (ReadRegularFile(path, data) != 0) return std::nullopt;
+  return data;
+}
+
+std::string ReadFileOrRaise(const std::string& path, const std::string& source) {
+  std::string data;
+  if (const int err = ReadRegularFile(path, data); err != 0) RaiseErrno(err, source);
   return data;
 }
 

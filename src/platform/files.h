@@ -15,6 +15,9 @@ inline constexpr unsigned kDirMode = 0700;
 bool PathExists(const std::string& path);       // stat; hidden files included
 bool IsDirectory(const std::string& path);
 std::optional<std::string> ReadWholeFile(const std::string& path);
+// The whole of a regular file; anything else (missing, a folder, unreadable) raises the platform
+// error with `source`.
+std::string ReadFileOrRaise(const std::string& path, const std::string& source);
 int64_t FileLength(const std::string& path);    // -1 when missing
 
 // Writes `data` to a temporary name in the same folder and renames it over `path`, so a reader

@@ -47,6 +47,14 @@ TEST(Files, FailuresCarryThePlatformNumbers) {
     EXPECT_EQ(e.Description, "No se encontró el archivo");
   }
   EXPECT_NO_THROW(DeleteFile(folder.Path("missing"), "t"));
+  for (const auto& [path, number] : {std::pair{folder.Path("missing"), 53}, std::pair{folder.Root(), 75}}) {
+    try {
+      ReadFileOrRaise(path, "cPDF.CreaBloque");
+      ADD_FAILURE() << path;
+    } catch (const Error& e) {
+      EXPECT_EQ(e.Number, number) << path;
+    }
+  }
 }
 
 TEST(Attributes, HiddenMarkIsTheSambaText) {
