@@ -14,6 +14,8 @@ namespace {
 
 constexpr const char* kInitialize = "CExecutor.Class_Initialize";
 constexpr const char* kConnect = "CExecutor.ConectarServicio";
+// The service description kept between executors, in the runtime folder.
+constexpr const char* kDescriptionCache = "velmora.wsdl.cache";
 
 }  // namespace
 
@@ -97,6 +99,7 @@ bool CExecutor::ConectarServicio() {
       // Not a connector property: a service with a private CA needs it whether or not a proxy
       // is configured, and already for fetching the WSDL.
       client.CertificateAuthorityFile(proxy("CAFile"));
+      client.DescriptionCacheFile(platform::RuntimeFolder() + kDescriptionCache);
       if (utilizarProxy > 0) {
         const std::string servidor = proxy("Servidor");
         const std::string puerto = proxy("Puerto");

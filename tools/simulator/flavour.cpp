@@ -48,7 +48,7 @@ const ServiceFlavour* FindFlavour(const std::string& name) {
   return nullptr;
 }
 
-std::string BuildWsdl(const ServiceFlavour& f, const std::string& baseUrl) {
+std::string BuildWsdl(const ServiceFlavour& f, const std::string& endpoint) {
   // The alternate flavour writes WSDL elements in the default namespace and uses other
   // prefixes, as other toolkits do.
   const bool standard = f.name == "standard";
@@ -98,7 +98,7 @@ std::string BuildWsdl(const ServiceFlavour& f, const std::string& baseUrl) {
   pugi::xml_node port = service.append_child(Q(p.wsdl, "port").c_str());
   port.append_attribute("name") = "Dispensacion";
   port.append_attribute("binding") = (tns + "DispensacionSoapBinding").c_str();
-  port.append_child(Q(p.soap, "address").c_str()).append_attribute("location") = (baseUrl + f.endpointPath).c_str();
+  port.append_child(Q(p.soap, "address").c_str()).append_attribute("location") = endpoint.c_str();
 
   std::ostringstream out;
   doc.save(out, "  ", pugi::format_default, pugi::encoding_utf8);

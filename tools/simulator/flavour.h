@@ -25,7 +25,8 @@ inline constexpr const char* kDescriptionPath = "/dispensacion";
 // nullptr when `name` is neither "standard" nor "alternate".
 const ServiceFlavour* FindFlavour(const std::string& name);
 
-// The WSDL 1.1 text of the service at `baseUrl` ("http://127.0.0.1:8080").
-std::string BuildWsdl(const ServiceFlavour& flavour, const std::string& baseUrl);
+// The WSDL 1.1 text of the service whose operations are posted to `endpoint`
+// ("http://127.0.0.1:8080" + the flavour's endpoint path, unless told otherwise).
+std::string BuildWsdl(const ServiceFlavour& flavour, const std::string& endpoint);
 
 }  // namespace velmora::sim

@@ -24,7 +24,10 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& args, std::s
     else if (a == "--success-code") target = &o.successCode;
     else if (a == "--tls-cert") target = &o.tlsCert;
     else if (a == "--tls-key") target = &o.tlsKey;
-    if (a != "--port" && !target) {
+    else if (a == "--endpoint") target = &o.endpoint;
+    else if (a == "--wsdl-redirect") target = &o.descriptionRedirect;
+    int* number = a == "--port" ? &o.port : a == "--rtt" ? &o.rttMs : nullptr;
+    if (!number && !target) {
       error = "unknown option '" + a + "'";
       return std::nullopt;
     }
@@ -37,9 +40,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& args, std::s
       *target = value;
       continue;
     }
-    auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), o.port);
-    if (ec != std::errc() || end != value.data() + value.size() || o.port < 0 || o.port > 65535) {
-      error = "--port needs a number from 0 to 65535";
+    auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), *number);
+    if (ec != std::errc() || end != value.data() + value.size() || *number < 0 || *number > 65535) {
+      error = a + " needs a number from 0 to 65535";
       return std::nullopt;
     }
   }
@@ -83,6 +86,12 @@ Usage: velmora-sim [--port N] [--scenario NAME] [options]
                        match CodigoDispensacionCorrecta in velmora.ini)
   --tls-cert FILE --tls-key FILE
                        serve https with this certificate and key (PEM) instead of http
+  --rtt MS             make loopback look like a regional network: a relay in front of the
+                       server holds each direction's bytes for MS/2 milliseconds (TLS
+                       handshakes included) and a new connection carries nothing for its
+                       first MS (the TCP handshake); 0, the default, adds nothing
+  --endpoint URL       the endpoint the WSDL names (soap:address) instead of this simulator's
+  --wsdl-redirect URL  answer the WSDL address with a redirect (302) to URL
   --help               this text
 
 Scenarios:
@@ -97,6 +106,8 @@ Scenarios:
   http500              HTTP 500 with an HTML page, no SOAP
   illformed            HTTP 200 with XML that is not well-formed
   drop                 the connection is closed halfway through the answer
+  hangup               the connection is closed once the request is read, before any byte of
+                       an answer
   batch-accepted       the whole batch accepted (ResultResp 0)
   batch-rejected       ResultResp 1 and one row per item; every second item (or a lone one)
                        rejected

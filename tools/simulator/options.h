@@ -15,6 +15,9 @@ struct Options {
   std::string flavour = "standard";
   std::string successCode = "0000";
   std::string tlsCert, tlsKey;
+  int rttMs = 0;                   // round-trip time added by a relay in front of the server
+  std::string endpoint;            // the endpoint the WSDL names; empty: this simulator's own
+  std::string descriptionRedirect; // where GET of the WSDL is redirected; empty: served here
   bool help = false;
 };
 

@@ -18,7 +18,7 @@ constexpr Named kNames[] = {
     {"noreturn", ScenarioKind::NoReturn},     {"fault", ScenarioKind::Fault},
     {"http500", ScenarioKind::Http500},       {"illformed", ScenarioKind::IllFormed},
     {"drop", ScenarioKind::Drop},             {"batch-accepted", ScenarioKind::BatchAccepted},
-    {"batch-rejected", ScenarioKind::BatchRejected},
+    {"batch-rejected", ScenarioKind::BatchRejected}, {"hangup", ScenarioKind::Hangup},
 };
 
 std::string Trimmed(const std::string& s) {

@@ -18,6 +18,7 @@ enum class ScenarioKind {
   Http500,        // HTTP 500 with an HTML page
   IllFormed,      // HTTP 200 with text that is not well-formed XML
   Drop,           // the connection is closed halfway through the answer
+  Hangup,         // the connection is closed once the request is read, no byte answered
   BatchAccepted,  // the whole batch accepted
   BatchRejected,  // every second item of the batch rejected
 };
@@ -29,7 +30,7 @@ struct Scenario {
 };
 
 // "accepted", "warnings", "rejected", "multiref", "noreturn", "slow-N" (or "slow:N"), "fault",
-// "http500", "illformed", "drop", "batch-accepted", "batch-rejected"; nullopt otherwise.
+// "http500", "illformed", "drop", "hangup", "batch-accepted", "batch-rejected"; nullopt otherwise.
 std::optional<Scenario> ParseScenario(const std::string& name);
 
 // A scenario named for a single request applies its nearest batch counterpart to a batch, and

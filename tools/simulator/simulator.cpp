@@ -1,10 +1,14 @@
 #include "simulator.h"
 
+#include <arpa/inet.h>
 #include <httplib.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <cstdio>
 #include <fstream>
 #include <thread>
@@ -13,6 +17,7 @@
 
 #include "answers.h"
 #include "flavour.h"
+#include "latency_relay.h"
 #include "recorder.h"
 #include "scenario.h"
 
@@ -101,6 +106,22 @@ std::string NowText() {
   return std::to_string(ms);
 }
 
+// Cuts the connection a request came on, before a byte of answer. httplib does not hand out the
+// socket, so it is found by its two ends.
+void CutConnection(const httplib::Request& req) {
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
+    const int fd = std::atoi(entry.path().filename().c_str());
+    sockaddr_in peer{}, local{};
+    socklen_t peerLength = sizeof peer, localLength = sizeof local;
+    if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 && peer.sin_family == AF_INET &&
+        ntohs(peer.sin_port) == req.remote_port &&
+        getsockname(fd, reinterpret_cast<sockaddr*>(&local), &localLength) == 0 &&
+        ntohs(local.sin_port) == req.local_port)
+      shutdown(fd, SHUT_RDWR);
+  }
+}
+
 }  // namespace
 
 struct Simulator::Impl {
@@ -109,6 +130,7 @@ struct Simulator::Impl {
   std::unique_ptr<httplib::Server> server;
   std::unique_ptr<ScenarioSelector> selector;
   std::unique_ptr<Recorder> recorder;
+  std::unique_ptr<LatencyRelay> relay;
   std::string baseUrl;
   std::atomic<long> sequence{0};
 
@@ -130,6 +152,10 @@ struct Simulator::Impl {
                       {"problem", r.problem},
                       {"via", req.get_header_value("Via")},
                       {"body", req.body}});
+    if (scenario.kind == ScenarioKind::Hangup && r.problem.empty()) {
+      CutConnection(req);
+      return;
+    }
     Answer answer = r.problem.empty()
                         ? BuildAnswer(scenario, *flavour, batch, options.successCode, r.batchItems)
                         : BuildFault("soapenv:Client", "Petición no válida: " + r.problem, {});
@@ -157,7 +183,12 @@ struct Simulator::Impl {
         res.set_content("velmora-sim: the WSDL is at " + baseUrl + kDescriptionPath + "?wsdl\n", "text/plain");
         return;
       }
-      res.set_content(BuildWsdl(*flavour, baseUrl), "text/xml; charset=utf-8");
+      if (!options.descriptionRedirect.empty()) {
+        res.set_redirect(options.descriptionRedirect);
+        return;
+      }
+      const std::string endpoint = options.endpoint.empty() ? baseUrl + flavour->endpointPath : options.endpoint;
+      res.set_content(BuildWsdl(*flavour, endpoint), "text/xml; charset=utf-8");
     });
     server->Post(flavour->endpointPath, [this](const httplib::Request& req, httplib::Response& res) { Serve(req, res); });
     server->Get("/control/scenario", [this](const httplib::Request&, httplib::Response& res) {
@@ -205,10 +236,17 @@ int Simulator::Run(std::string& error) {
   // simulator keeps more workers than a handful of slow scenarios can occupy.
   d.server->new_task_queue = [] { return new httplib::ThreadPool(64); };
   int port = d.options.port;
-  if (port == 0)
+  if (d.options.rttMs > 0) {
+    // The server on a private port; the address everybody is given is the relay's.
+    const int serverPort = d.server->bind_to_any_port("127.0.0.1");
+    d.relay = std::make_unique<LatencyRelay>(d.options.rttMs);
+    port = serverPort > 0 ? d.relay->Listen(port) : -1;
+    if (port > 0) d.relay->Start(serverPort);
+  } else if (port == 0) {
     port = d.server->bind_to_any_port("127.0.0.1");
-  else if (!d.server->bind_to_port("127.0.0.1", port))
+  } else if (!d.server->bind_to_port("127.0.0.1", port)) {
     port = -1;
+  }
   if (port <= 0) {
     error = "cannot listen on 127.0.0.1:" + std::to_string(d.options.port);
     return 2;
@@ -231,6 +269,7 @@ int Simulator::Run(std::string& error) {
 
 void Simulator::Stop() {
   if (impl_->server) impl_->server->stop();
+  if (impl_->relay) impl_->relay->Stop();
 }
 
 }  // namespace velmora::sim

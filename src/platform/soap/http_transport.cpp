@@ -2,7 +2,9 @@
 
 #include <curl/curl.h>
 
+#include <cctype>
 #include <mutex>
+#include <string_view>
 
 #include "platform/soap/soap_error.h"
 
@@ -37,23 +39,48 @@ struct HeaderList {
 
 struct HttpTransport::Impl {
   CURL* curl = nullptr;
+  // TLS sessions outlive curl_easy_reset here, so the post after a description fetch resumes.
+  CURLSH* share = nullptr;
   char errorBuffer[CURL_ERROR_SIZE] = {};
+  bool nothingSent = false;
+
+  CURL* Handle(const std::string& source) {
+    if (!curl) curl = curl_easy_init();
+    if (!share && (share = curl_share_init()) != nullptr)
+      curl_share_setopt(share, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    if (!curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
+    return curl;
+  }
 };
 
 HttpTransport::HttpTransport() : impl_(std::make_unique<Impl>()) { GlobalInit(); }
 
 HttpTransport::~HttpTransport() {
   if (impl_->curl) curl_easy_cleanup(impl_->curl);
+  if (impl_->share) curl_share_cleanup(impl_->share);
 }
+
+bool HttpTransport::NothingSent() const { return impl_->nothingSent; }
 
 namespace {
 
-void Apply(CURL* curl, const ConnectionSettings& settings, long timeoutMs) {
+bool IsHttps(const std::string& url) {
+  static constexpr std::string_view kScheme = "https://";
+  if (url.size() < kScheme.size()) return false;
+  for (size_t i = 0; i < kScheme.size(); ++i)
+    if (std::tolower(static_cast<unsigned char>(url[i])) != kScheme[i]) return false;
+  return true;
+}
+
+void Apply(CURL* curl, CURLSH* share, const std::string& url, const ConnectionSettings& settings, long timeoutMs) {
   // Every exchange starts from libcurl's defaults (nothing left over from the previous one).
   curl_easy_reset(curl);
+  if (share) curl_easy_setopt(curl, CURLOPT_SHARE, share);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  // A service reached over https is never followed to plain http, where the description could
+  // be altered on the way and name an endpoint that takes the password in clear.
+  curl_easy_setopt(curl, CURLOPT_REDIR_PROTOCOLS_STR, IsHttps(url) ? "https" : "http,https");
   curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);
   // Every exchange on a connection of its own, closed when it is done. A dispensation posted on
   // a reused connection that the service has meanwhile closed is sent again by libcurl, and the
@@ -84,7 +111,8 @@ void Apply(CURL* curl, const ConnectionSettings& settings, long timeoutMs) {
   }
 }
 
-HttpReply Perform(CURL* curl, char* errorBuffer, const std::string& url, long timeoutMs, const std::string& source) {
+HttpReply Perform(CURL* curl, char* errorBuffer, bool& nothingSent, const std::string& url, long timeoutMs,
+                  const std::string& source) {
   HttpReply reply;
   curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Collect);
@@ -92,6 +120,9 @@ HttpReply Perform(CURL* curl, char* errorBuffer, const std::string& url, long ti
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, errorBuffer);
   errorBuffer[0] = '\0';
   CURLcode code = curl_easy_perform(curl);
+  long requestBytes = 0;
+  curl_easy_getinfo(curl, CURLINFO_REQUEST_SIZE, &requestBytes);
+  nothingSent = code != CURLE_OK && requestBytes == 0;
   long connectCode = 0;
   curl_easy_getinfo(curl, CURLINFO_HTTP_CONNECTCODE, &connectCode);
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &reply.status);
@@ -100,6 +131,10 @@ HttpReply Perform(CURL* curl, char* errorBuffer, const std::string& url, long ti
   if (code != CURLE_OK) {
     std::string text = errorBuffer[0] ? errorBuffer : curl_easy_strerror(code);
     text = url + ": " + text + " (curl " + std::to_string(static_cast<int>(code)) + ")";
+    char* refused = nullptr;
+    if (code == CURLE_UNSUPPORTED_PROTOCOL && IsHttps(url) &&
+        curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &refused) == CURLE_OK && refused && !IsHttps(refused))
+      RaiseSoapError(SoapFailure::Downgrade, source, url + " redirige a " + refused);
     if (code == CURLE_OPERATION_TIMEDOUT)
       RaiseSoapError(SoapFailure::Timeout, source, std::to_string(timeoutMs) + " ms, " + text);
     RaiseSoapError(SoapFailure::Transport, source, text);
@@ -111,21 +146,17 @@ HttpReply Perform(CURL* curl, char* errorBuffer, const std::string& url, long ti
 
 HttpReply HttpTransport::Get(const std::string& url, const ConnectionSettings& settings, int32_t timeoutMs,
                              const std::string& source) {
-  if (!impl_->curl) impl_->curl = curl_easy_init();
-  if (!impl_->curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
-  CURL* curl = impl_->curl;
-  Apply(curl, settings, timeoutMs);
+  CURL* curl = impl_->Handle(source);
+  Apply(curl, impl_->share, url, settings, timeoutMs);
   curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
-  return Perform(curl, impl_->errorBuffer, url, timeoutMs, source);
+  return Perform(curl, impl_->errorBuffer, impl_->nothingSent, url, timeoutMs, source);
 }
 
 HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soapAction, const std::string& envelope,
                                   const ConnectionSettings& settings, const std::string& source) {
-  if (!impl_->curl) impl_->curl = curl_easy_init();
-  if (!impl_->curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
-  CURL* curl = impl_->curl;
-  Apply(curl, settings, settings.timeoutMs);
+  CURL* curl = impl_->Handle(source);
+  Apply(curl, impl_->share, url, settings, settings.timeoutMs);
   HeaderList headers;  // declared before the guard below, so freed after the handle forgets it
   headers.Add("Content-Type: text/xml; charset=\"UTF-8\"");
   headers.Add("SOAPAction: \"" + soapAction + "\"");
@@ -144,7 +175,7 @@ HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soa
       curl_easy_setopt(curl, CURLOPT_POSTFIELDS, nullptr);
     }
   } forget{curl};
-  return Perform(curl, impl_->errorBuffer, url, settings.timeoutMs, source);
+  return Perform(curl, impl_->errorBuffer, impl_->nothingSent, url, settings.timeoutMs, source);
 }
 
 }  // namespace velmora::platform

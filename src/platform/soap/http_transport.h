@@ -22,7 +22,8 @@ struct HttpReply {
   std::string body;
 };
 
-// One libcurl handle, kept for the client's life so that calls reuse the connection.
+// One libcurl handle, kept for the client's life so that a description fetch and the call after
+// it share libcurl's TLS session cache (the second handshake resumes where the server allows).
 // Verification of the peer and of the host name is never switched off.
 class HttpTransport {
  public:
@@ -31,12 +32,17 @@ class HttpTransport {
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
-  // GET, following a few redirects; `timeoutMs` replaces the settings' time-out.
+  // GET, following a few redirects (never from https to http); `timeoutMs` replaces the
+  // settings' time-out.
   HttpReply Get(const std::string& url, const ConnectionSettings& settings, int32_t timeoutMs,
                 const std::string& source);
   // POST of a SOAP 1.1 request with its SOAPAction (sent quoted).
   HttpReply PostSoap(const std::string& url, const std::string& soapAction, const std::string& envelope,
                      const ConnectionSettings& settings, const std::string& source);
+
+  // True when the last exchange failed before a byte of its request was written: nothing can
+  // have reached the service, so the request may go again.
+  bool NothingSent() const;
 
  private:
   struct Impl;

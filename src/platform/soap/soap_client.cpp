@@ -1,11 +1,13 @@
 #include "platform/soap/soap_client.h"
 
 #include <cctype>
+#include <exception>
 #include <string_view>
 
 #include "platform/files.h"
 #include "platform/soap/soap_envelope.h"
 #include "platform/soap/soap_error.h"
+#include "velmora/error.h"
 
 namespace velmora::platform {
 
@@ -85,19 +87,42 @@ SoapClient::~SoapClient() = default;
 
 void SoapClient::mssoapinit(const std::string& url) {
   initialised_ = false;
-  std::string text;
-  if (StartsWith(url, "http://") || StartsWith(url, "https://")) {
-    HttpReply reply = transport_->Get(url, settings_, kDescriptionTimeoutMs, kInitSource);
-    if (reply.status < 200 || reply.status > 299)
-      RaiseSoapError(SoapFailure::Description, kInitSource, url + ": HTTP " + std::to_string(reply.status) + ThroughProxy(settings_));
-    text = std::move(reply.body);
-  } else {
+  fromCache_ = false;
+  url_ = url;
+  if (!StartsWith(url, "http://") && !StartsWith(url, "https://")) {
+    // A file costs no round trip, so it is read each time.
     std::string path = StartsWith(url, "file://") ? FileUrlPath(url) : url;
     std::optional<std::string> data = ReadWholeFile(path);
     if (!data) RaiseSoapError(SoapFailure::Description, kInitSource, "no se puede leer " + path);
-    text = std::move(*data);
+    description_ = ParseServiceDescription(*data, kInitSource);
+    initialised_ = true;
+    return;
   }
-  description_ = ParseServiceDescription(text, kInitSource);
+  if (std::optional<std::string> cached = cache_.Load(url)) {
+    try {
+      Adopt(std::move(*cached), true);
+      return;
+    } catch (const Error&) {
+      // A damaged file is only a miss.
+    }
+  }
+  HttpReply reply = transport_->Get(url, settings_, kDescriptionTimeoutMs, kInitSource);
+  if (reply.status < 200 || reply.status > 299)
+    RaiseSoapError(SoapFailure::Description, kInitSource, url + ": HTTP " + std::to_string(reply.status) + ThroughProxy(settings_));
+  Adopt(std::move(reply.body), false);
+  cache_.Store(url, descriptionText_);
+}
+
+void SoapClient::Adopt(std::string text, bool fromCache) {
+  ServiceDescription description = ParseServiceDescription(text, kInitSource);
+  // The request carries the user's password: a service reached over https keeps it on https.
+  if (StartsWith(url_, "https://") && !StartsWith(description.endpoint, "https://")) {
+    cache_.Forget();
+    RaiseSoapError(SoapFailure::Downgrade, kInitSource, url_ + " indica el punto de acceso " + description.endpoint);
+  }
+  description_ = std::move(description);
+  descriptionText_ = std::move(text);
+  fromCache_ = fromCache;
   initialised_ = true;
 }
 
@@ -122,6 +147,31 @@ void SoapClient::ConnectorProperty(const std::string& name, const ConnectorValue
 std::optional<XmlNodeList> SoapClient::Call(const std::string& operation, const XmlNodeList& arguments) {
   const std::string source = "SoapClient." + operation;
   if (!initialised_) RaiseSoapError(SoapFailure::Usage, source, "el cliente no está inicializado (mssoapinit)");
+  bool posted = false;
+  try {
+    return Exchange(operation, arguments, source, posted);
+  } catch (const Error&) {
+    if (!fromCache_) throw;
+    // Any failure may mean the service changed under a kept description: it is not used again.
+    cache_.Forget();
+    fromCache_ = false;
+    // Only when no byte of the request left, and the service now describes itself otherwise,
+    // does the request go again: a repeated dispensation could be registered twice.
+    if (posted && !transport_->NothingSent()) throw;
+    std::exception_ptr failure = std::current_exception();
+    const std::string kept = descriptionText_;
+    try {
+      mssoapinit(url_);
+    } catch (const Error&) {
+      std::rethrow_exception(failure);
+    }
+    if (descriptionText_ == kept) std::rethrow_exception(failure);
+    return Exchange(operation, arguments, source, posted);
+  }
+}
+
+std::optional<XmlNodeList> SoapClient::Exchange(const std::string& operation, const XmlNodeList& arguments,
+                                                const std::string& source, bool& posted) {
   auto it = description_.operations.find(operation);
   if (it == description_.operations.end())
     RaiseSoapError(SoapFailure::Usage, source, "el servicio no tiene la operación '" + operation + "'");
@@ -130,6 +180,7 @@ std::optional<XmlNodeList> SoapClient::Call(const std::string& operation, const 
   if (op.inputParts.empty()) RaiseSoapError(SoapFailure::Usage, source, "la operación no tiene partes de entrada");
 
   std::string envelope = BuildRequestEnvelope(op, arguments.Nodes());
+  posted = true;
   HttpReply reply = transport_->PostSoap(description_.endpoint, op.soapAction, envelope, settings_, source);
   if (reply.status < 200 || reply.status > 299) {
     // SOAP over HTTP sends its Faults with status 500; any other error answer is the server's.

@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "platform/soap/description_cache.h"
 #include "platform/soap/http_transport.h"
 #include "platform/soap/service_description.h"
 #include "platform/xml/xml.h"
@@ -27,7 +28,12 @@ class SoapClient {
 
   // Loads the WSDL from an http://, https:// or file:// address or a plain path, through the
   // proxy and CA already configured, with its own time-out (the call's time-out is for calls).
+  // A description fetched over the network is taken from the cache file while it is fresh. An
+  // https description naming a plain http endpoint raises SoapFailure::Downgrade.
   void mssoapinit(const std::string& url);
+
+  // Where fetched descriptions are kept between processes; empty (the default): nowhere.
+  void DescriptionCacheFile(const std::string& path) { cache_ = DescriptionCache(path); }
 
   // "UseProxy", "ProxyServer", "ProxyPort", "ProxyUser", "ProxyPassword", "Timeout" (ms).
   // Names are case-sensitive, as they always were; another name raises SoapFailure::Usage.
@@ -49,8 +55,18 @@ class SoapClient {
   static constexpr int32_t kDescriptionTimeoutMs = 30000;
 
  private:
+  // Takes `text` as the description of url_; raises on a text it cannot use.
+  void Adopt(std::string text, bool fromCache);
+  // One POST of `operation`; `posted` is set once the request is handed to the transport.
+  std::optional<XmlNodeList> Exchange(const std::string& operation, const XmlNodeList& arguments,
+                                      const std::string& source, bool& posted);
+
   ConnectionSettings settings_;
   ServiceDescription description_;
+  std::string url_;              // where description_ came from
+  std::string descriptionText_;  // the text it was read from
+  bool fromCache_ = false;
+  DescriptionCache cache_{""};
   bool initialised_ = false;
   std::unique_ptr<HttpTransport> transport_;
 };

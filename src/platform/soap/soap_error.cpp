@@ -14,6 +14,7 @@ const char* SoapFailureText(SoapFailure kind) {
     case SoapFailure::Transport: return "Error de conexión";
     case SoapFailure::Timeout: return "Tiempo de espera agotado";
     case SoapFailure::Usage: return "Llamada SOAP no válida";
+    case SoapFailure::Downgrade: return "Se rechaza pasar de https a http";
   }
   return "Error SOAP";
 }

@@ -19,6 +19,7 @@ enum class SoapFailure {
   Transport,    // refused, dropped, name not found, TLS refused
   Timeout,      // no complete answer within the time-out
   Usage,        // a call the client cannot make (unknown operation, property, style)
+  Downgrade,    // an https service that leads to plain http (where the password would travel)
 };
 
 // Throws velmora::Error{kSoapClientError, source, "<kind>: <detail>"}.

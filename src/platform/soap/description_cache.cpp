@@ -1,0 +1,55 @@
+#include "platform/soap/description_cache.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <ctime>
+
+#include "platform/files.h"
+#include "velmora/error.h"
+
+namespace velmora::platform {
+
+namespace {
+
+// First line of the file; a file written by another layout is a miss.
+constexpr std::string_view kMagic = "velmora-service-description 1\n";
+
+}  // namespace
+
+std::optional<std::string> DescriptionCache::Load(const std::string& url) const {
+  if (path_.empty()) return std::nullopt;
+  std::optional<std::string> data = ReadWholeFile(path_);
+  if (!data || data->compare(0, kMagic.size(), kMagic) != 0) return std::nullopt;
+  // "<magic><url>\n<seconds since the epoch>\n<description>"
+  const size_t urlEnd = data->find('\n', kMagic.size());
+  if (urlEnd == std::string::npos || data->compare(kMagic.size(), urlEnd - kMagic.size(), url) != 0 ||
+      urlEnd - kMagic.size() != url.size())
+    return std::nullopt;
+  const size_t timeEnd = data->find('\n', urlEnd + 1);
+  if (timeEnd == std::string::npos) return std::nullopt;
+  long long stored = 0;
+  const char* first = data->data() + urlEnd + 1;
+  const char* last = data->data() + timeEnd;
+  if (auto [end, ec] = std::from_chars(first, last, stored); ec != std::errc() || end != last) return std::nullopt;
+  const long long age = static_cast<long long>(std::time(nullptr)) - stored;
+  if (age < 0 || age > kMaxAgeSeconds) return std::nullopt;
+  return data->substr(timeEnd + 1);
+}
+
+void DescriptionCache::Store(const std::string& url, const std::string& text) const {
+  if (path_.empty() || url.find('\n') != std::string::npos) return;
+  std::string data(kMagic);
+  data += url + "\n" + std::to_string(static_cast<long long>(std::time(nullptr))) + "\n" + text;
+  try {
+    WriteFileAtomic(path_, data, "SoapClient.mssoapinit");
+  } catch (const Error&) {
+    // Only a saving missed: the next executor fetches the description itself.
+  }
+}
+
+void DescriptionCache::Forget() const {
+  if (!path_.empty()) unlink(path_.c_str());
+}
+
+}  // namespace velmora::platform
