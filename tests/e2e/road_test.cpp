@@ -85,7 +85,8 @@ TEST(Road, RejectionCodesAndTextsReachTheHost) {
 
 TEST(Road, ServiceFailuresFallBackToTheInternalResponse) {
   SimulatorProcess sim;
-  for (const char* scenario : {"sim:fault", "sim:http500", "sim:illformed", "sim:drop"}) {
+  const char* scenarios[] = {"sim:fault", "sim:http500", "sim:illformed", "sim:drop", "sim:hangup"};
+  for (const char* scenario : scenarios) {
     InterfaceFixture f(Ini(sim, "2"));
     CInterface iface;
     Finish finish;
@@ -100,6 +101,23 @@ TEST(Road, ServiceFailuresFallBackToTheInternalResponse) {
     // The executor's own failure is in the shared log, for whoever reads it.
     EXPECT_TRUE(f.LogHas("CExecutor.SolicitudDispensacion:(")) << scenario << "\n" << f.Log();
   }
+  // Once each: a dispensation cut off after it was sent is never sent again.
+  EXPECT_EQ(sim.Records().size(), std::size(scenarios));
+}
+
+TEST(Road, AnHttpsServiceNeverLeadsThePasswordToPlainHttp) {
+  SimulatorProcess plain;
+  for (const auto& [option, target] : {std::pair{"--endpoint", plain.BaseUrl() + "/dispensacion"},
+                                       std::pair{"--wsdl-redirect", plain.WsdlUrl()}}) {
+    SimulatorProcess sim({"--tls-cert", testing::DataFile("sim-cert.pem"), "--tls-key", testing::DataFile("sim-key.pem"), option, target});
+    std::string ini = Ini(sim, "2");
+    InterfaceFixture f(ini.replace(ini.find("UtilizarProxy=0"), 15, "UtilizarProxy=0\r\nCAFile=" + testing::DataFile("sim-cert.pem")));
+    CInterface iface;
+    auto request = CompleteRequest();
+    EXPECT_EQ(*iface.SolicitudDispensacion(request)->m_colCodigoAviso.Item(1), "9999");
+    EXPECT_TRUE(f.LogHas("Se rechaza pasar de https a http: " + sim.WsdlUrl())) << f.Log();
+  }
+  EXPECT_EQ(plain.Records().size(), 0u);
 }
 
 TEST(Road, LateAnswerIsPutAsideInRetrasados) {

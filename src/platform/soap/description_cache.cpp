@@ -20,21 +20,25 @@ constexpr std::string_view kMagic = "velmora-service-description 1\n";
 std::optional<std::string> DescriptionCache::Load(const std::string& url) const {
   if (path_.empty()) return std::nullopt;
   std::optional<std::string> data = ReadWholeFile(path_);
-  if (!data || data->compare(0, kMagic.size(), kMagic) != 0) return std::nullopt;
+  if (!data) return std::nullopt;
+  return Read(*data, url, static_cast<long long>(std::time(nullptr)));
+}
+
+std::optional<std::string> DescriptionCache::Read(std::string_view data, const std::string& url, long long now) {
   // "<magic><url>\n<seconds since the epoch>\n<description>"
-  const size_t urlEnd = data->find('\n', kMagic.size());
-  if (urlEnd == std::string::npos || data->compare(kMagic.size(), urlEnd - kMagic.size(), url) != 0 ||
-      urlEnd - kMagic.size() != url.size())
-    return std::nullopt;
-  const size_t timeEnd = data->find('\n', urlEnd + 1);
-  if (timeEnd == std::string::npos) return std::nullopt;
+  if (data.substr(0, kMagic.size()) != kMagic) return std::nullopt;
+  data.remove_prefix(kMagic.size());
+  const size_t urlEnd = data.find('\n');
+  if (urlEnd == std::string_view::npos || data.substr(0, urlEnd) != url) return std::nullopt;
+  data.remove_prefix(urlEnd + 1);
+  const size_t timeEnd = data.find('\n');
+  if (timeEnd == std::string_view::npos) return std::nullopt;
   long long stored = 0;
-  const char* first = data->data() + urlEnd + 1;
-  const char* last = data->data() + timeEnd;
-  if (auto [end, ec] = std::from_chars(first, last, stored); ec != std::errc() || end != last) return std::nullopt;
-  const long long age = static_cast<long long>(std::time(nullptr)) - stored;
+  const char* last = data.data() + timeEnd;
+  if (auto [end, ec] = std::from_chars(data.data(), last, stored); ec != std::errc() || end != last) return std::nullopt;
+  const long long age = now - stored;
   if (age < 0 || age > kMaxAgeSeconds) return std::nullopt;
-  return data->substr(timeEnd + 1);
+  return std::string(data.substr(timeEnd + 1));
 }
 
 void DescriptionCache::Store(const std::string& url, const std::string& text) const {

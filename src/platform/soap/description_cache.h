@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace velmora::platform {
@@ -21,6 +22,9 @@ class DescriptionCache {
   // next fetch.
   void Store(const std::string& url, const std::string& text) const;
   void Forget() const;
+
+  // The description in a cache file's `data` for `url` at `now` (seconds since the epoch).
+  static std::optional<std::string> Read(std::string_view data, const std::string& url, long long now);
 
   // Long enough to spare the fetch at a busy counter, short enough that a change nobody
   // announced (one that still answers at the old address) is seen the same morning.

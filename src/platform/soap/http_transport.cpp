@@ -131,10 +131,12 @@ HttpReply Perform(CURL* curl, char* errorBuffer, bool& nothingSent, const std::s
   if (code != CURLE_OK) {
     std::string text = errorBuffer[0] ? errorBuffer : curl_easy_strerror(code);
     text = url + ": " + text + " (curl " + std::to_string(static_cast<int>(code)) + ")";
+    // An https address is always supported, so only a redirect can lead to this.
     char* refused = nullptr;
-    if (code == CURLE_UNSUPPORTED_PROTOCOL && IsHttps(url) &&
-        curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &refused) == CURLE_OK && refused && !IsHttps(refused))
-      RaiseSoapError(SoapFailure::Downgrade, source, url + " redirige a " + refused);
+    if (code == CURLE_UNSUPPORTED_PROTOCOL && IsHttps(url)) {
+      curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &refused);
+      RaiseSoapError(SoapFailure::Downgrade, source, url + " redirige a " + (refused ? refused : "http"));
+    }
     if (code == CURLE_OPERATION_TIMEDOUT)
       RaiseSoapError(SoapFailure::Timeout, source, std::to_string(timeoutMs) + " ms, " + text);
     RaiseSoapError(SoapFailure::Transport, source, text);
