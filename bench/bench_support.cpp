@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
@@ -105,11 +106,14 @@ bool WaitFor(bool (*condition)(const std::string&), const std::string& arg, std:
   return true;
 }
 
-Simulator::Simulator() {
+Simulator::Simulator(const std::vector<std::string>& extraArgs) {
   folder_ = MakeTempFolder("velmora-bench-sim");
   record_ = folder_ + "requests.jsonl";
   const std::string portFile = folder_ + "port";
-  process_ = Child({VELMORA_BENCH_SIM, "--port", "0", "--port-file", portFile, "--record", record_});
+  std::vector<std::string> argv = {VELMORA_BENCH_SIM, "--port", "0", "--port-file", portFile, "--record", record_};
+  argv.insert(argv.end(), extraArgs.begin(), extraArgs.end());
+  tls_ = std::find(extraArgs.begin(), extraArgs.end(), "--tls-cert") != extraArgs.end();
+  process_ = Child(argv);
   if (!process_.Started() || !WaitFor(HasPort, portFile, std::chrono::seconds(15)))
     throw std::runtime_error("velmora-sim did not start");
   std::ifstream in(portFile);
@@ -153,7 +157,8 @@ std::string Simulator::Field(const std::string& line, const std::string& name) {
   return value;
 }
 
-Home::Home(const std::string& wsdl) : root_(MakeTempFolder("velmora-bench-home")), wsdl_(wsdl) {
+Home::Home(const std::string& wsdl, const std::string& caFile)
+    : root_(MakeTempFolder("velmora-bench-home")), wsdl_(wsdl), caFile_(caFile) {
   for (const char* d : {"Enviados", "Recibidos", "Retrasados", "Auditoria", "fonts"}) fs::create_directory(root_ + d);
   fs::create_symlink(VELMORA_BENCH_EXECUTOR, root_ + "executor.exe");
   setenv("VELMORA_HOME", root_.c_str(), 1);
@@ -181,7 +186,7 @@ void Home::WriteIni(int peticionTimeOut, int intervaloComprobacion) const {
       "IntervaloComprobacion=" + std::to_string(intervaloComprobacion) + "\r\n"
       "[Seguimiento]\r\nArchivoDiario=0\r\nAuditar=1\r\n"
       "[MensajeSOAP]\r\nEnviados=0\r\nRecibidos=0\r\n"
-      "[Proxy]\r\nUtilizarProxy=0\r\nTimeOut=20000\r\n"
+      "[Proxy]\r\nUtilizarProxy=0\r\nTimeOut=20000\r\n" + (caFile_.empty() ? "" : "CAFile=" + caFile_ + "\r\n") +
       "[RespuestaDefecto]\r\nCodigoAviso=9999\r\nTextoAviso=Respuesta interna\r\nNumAvisos=1\r\n"
       "CodigoMotivosRechazo=\r\nTextoMotivosRechazo=\r\nNumMotivosRechazo=0\r\nResultResp=1\r\n";
   std::ofstream(root_ + "velmora.ini", std::ios::binary | std::ios::trunc) << ini;

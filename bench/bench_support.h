@@ -41,16 +41,17 @@ int RunAndWait(const std::vector<std::string>& argv);
 // Polls `condition` every few milliseconds until it holds or `limit` passes.
 bool WaitFor(bool (*condition)(const std::string&), const std::string& arg, std::chrono::milliseconds limit);
 
-// velmora-sim on a free port of 127.0.0.1, recording every request.
+// velmora-sim on a free port of 127.0.0.1, recording every request; `extraArgs` are passed on
+// ("--rtt 20", "--tls-cert ...").
 class Simulator {
  public:
-  Simulator();
+  explicit Simulator(const std::vector<std::string>& extraArgs = {});
   ~Simulator();
   Simulator(const Simulator&) = delete;
   Simulator& operator=(const Simulator&) = delete;
 
   int Port() const { return port_; }
-  std::string BaseUrl() const { return "http://127.0.0.1:" + std::to_string(port_); }
+  std::string BaseUrl() const { return (tls_ ? "https" : "http") + std::string("://127.0.0.1:") + std::to_string(port_); }
   std::string WsdlUrl() const { return BaseUrl() + "/dispensacion?wsdl"; }
   std::vector<std::string> Records() const;
   // A string field of one recorded JSON line, escapes undone.
@@ -60,6 +61,7 @@ class Simulator {
   std::string folder_;
   std::string record_;
   int port_ = 0;
+  bool tls_ = false;
   Child process_;
 };
 
@@ -67,7 +69,8 @@ class Simulator {
 // VELMORA_HOME points at; fonts go to a folder of its own and the receipt opens in no viewer.
 class Home {
  public:
-  explicit Home(const std::string& wsdl);
+  // `caFile`, when given, is the ini's CAFile (a service with a private certificate).
+  explicit Home(const std::string& wsdl, const std::string& caFile = {});
   ~Home();
   Home(const Home&) = delete;
   Home& operator=(const Home&) = delete;
@@ -79,6 +82,7 @@ class Home {
  private:
   std::string root_;
   std::string wsdl_;
+  std::string caFile_;
 };
 
 // A complete request; `codigo` picks the simulator's answer ("sim:rejected").

@@ -28,6 +28,28 @@ namespace velmora::bench {
 
 namespace {
 
+struct Outcome {
+  bool finished = false;
+  ResponseTypeEnum type = rspInternal;
+};
+
+}  // namespace
+
+int Dispense(CInterface& iface, CPeticionDispensacion& request, CRespuestaPeticion* copy) {
+  Outcome outcome;
+  iface.AlTerminarSolicitudDispensacion = [&outcome](bool, ResponseTypeEnum t) {
+    outcome.finished = true;
+    outcome.type = t;
+  };
+  auto response = iface.SolicitudDispensacion(request);
+  iface.AlTerminarSolicitudDispensacion = nullptr;
+  if (copy) *copy = *response;
+  if (!response->DatosValidos || !outcome.finished) return 0;
+  return outcome.type;
+}
+
+namespace {
+
 using Clock = std::chrono::steady_clock;
 
 double Ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
@@ -46,25 +68,6 @@ Road& SharedRoad() {
 std::string NextId(const char* prefix) {
   static std::atomic<int> counter{0};
   return std::string(prefix) + std::to_string(getpid()) + "N" + std::to_string(counter++);
-}
-
-struct Outcome {
-  bool finished = false;
-  ResponseTypeEnum type = rspInternal;
-};
-
-// One dispensation on `iface`; the type of response it ended with (0 when it did not finish).
-int Dispense(CInterface& iface, CPeticionDispensacion& request, CRespuestaPeticion* copy = nullptr) {
-  Outcome outcome;
-  iface.AlTerminarSolicitudDispensacion = [&outcome](bool, ResponseTypeEnum t) {
-    outcome.finished = true;
-    outcome.type = t;
-  };
-  auto response = iface.SolicitudDispensacion(request);
-  iface.AlTerminarSolicitudDispensacion = nullptr;
-  if (copy) *copy = *response;
-  if (!response->DatosValidos || !outcome.finished) return 0;
-  return outcome.type;
 }
 
 std::string Codes(const Collection<std::string>& items) {

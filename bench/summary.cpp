@@ -67,6 +67,18 @@ void PrintSummary(std::ostream& out) {
   out << "|  where it goes: POST after a WSDL GET on the same connection | " << Num(Get("post_after_wsdl_ms"))
       << " ms | POST on a fresh connection " << Num(Get("anchor_post_ms")) << " ms | | | |\n";
 
+  for (const int rtt : {0, 20, 80}) {
+    for (const bool tls : {false, true}) {
+      const std::string key = "distance_" + std::to_string(rtt) + (tls ? "_tls_" : "_plain_");
+      const double disp = Get(key + "ms"), floor = Get(key + "floor_ms"), ratio = Ratio(disp, floor);
+      const bool targeted = tls && rtt > 0;
+      Row(out, "one dispensation at " + std::to_string(rtt) + " ms RTT, " + (tls ? "TLS" : "plain") + " (median)",
+          Num(disp) + " ms (description fetched: " + Num(Get(key + "fetched_ms")) + " ms)",
+          "floor, one connection + one POST: " + Num(floor) + " ms", Num(ratio) + "x", targeted ? "<= 1.25x" : "-",
+          targeted ? AtMost(ratio, 1.25) : "-");
+    }
+  }
+
   const double wait = Get("wait_cpu_percent");
   Row(out, "host CPU during a wait with no answer", Num(wait, 3) + " % of a core (" + Num(Get("wait_cpu_ms")) +
           " ms CPU over " + Num(Get("wait_wall_s")) + " s)",
