@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  libpugixml-dev libcurl4-openssl-dev zlib1g-dev
+  libpugixml-dev libcurl4-openssl-dev libssl-dev zlib1g-dev
   libfreetype-dev libfontconfig-dev fonts-liberation fontconfig
   libzint-dev libstb-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev

@@ -14,8 +14,9 @@ namespace {
 
 constexpr const char* kInitialize = "CExecutor.Class_Initialize";
 constexpr const char* kConnect = "CExecutor.ConectarServicio";
-// The service description kept between executors, in the runtime folder.
+// The service description and TLS session kept between executors, in the runtime folder.
 constexpr const char* kDescriptionCache = "velmora.wsdl.cache";
+constexpr const char* kTlsSession = "velmora.tls.session";
 
 }  // namespace
 
@@ -100,6 +101,7 @@ bool CExecutor::ConectarServicio() {
       // is configured, and already for fetching the WSDL.
       client.CertificateAuthorityFile(proxy("CAFile"));
       client.DescriptionCacheFile(platform::RuntimeFolder() + kDescriptionCache);
+      client.TlsSessionFile(platform::RuntimeFolder() + kTlsSession);
       if (utilizarProxy > 0) {
         const std::string servidor = proxy("Servidor");
         const std::string puerto = proxy("Puerto");

@@ -226,10 +226,15 @@ TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
 }
 
 // The refusal of https-to-http is tried from end to end, through executor.exe (tests/e2e).
-TEST(SoapClient, HttpsNeedsTheServiceCaUnlessTrusted) {
+// A trusted client keeps its TLS session in a file, and the next client, which finds the
+// description kept and so makes one connection only, resumes it.
+TEST(SoapClient, HttpsNeedsTheServiceCaUnlessTrustedAndResumesTheKeptSession) {
   SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
-  for (bool trusted : {false, true}) {
+  const std::string kept = ::testing::TempDir() + "velmora-kept.";
+  for (bool trusted : {false, true, true}) {
     SoapClient client;
+    client.TlsSessionFile(kept + "tls.session");
+    client.DescriptionCacheFile(kept + "wsdl.cache");
     if (trusted) client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
     std::string error = "no error";
     try {
@@ -240,6 +245,10 @@ TEST(SoapClient, HttpsNeedsTheServiceCaUnlessTrusted) {
     }
     EXPECT_EQ(error.find(trusted ? "no error" : "Error de conexión"), 0u) << error;
   }
+  const std::vector<std::string> records = sim.Records();
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_EQ(SimulatorProcess::Field(records[1], "tlsResumed"), "yes");
+  for (const char* file : {"tls.session", "wsdl.cache"}) std::filesystem::remove(kept + file);
 }
 
 // The description kept in a file between clients, as executors keep it in the runtime folder.

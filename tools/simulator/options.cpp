@@ -78,7 +78,8 @@ Usage: velmora-sim [--port N] [--scenario NAME] [options]
   --scenario NAME      default answer (see below); "accepted" when not given
   --scenarios FILE     per-request answers: lines "<codigoDispensado> = <scenario>", "#" comments
   --record FILE        append every request received as one JSON line: operation, SOAPAction,
-                       namespace, part name, codigoDispensado, scenario, proxy headers, body
+                       namespace, part name, codigoDispensado, scenario, proxy headers,
+                       tlsResumed (yes/no on https), body
   --flavour NAME       "standard" (default) or "alternate": the alternate WSDL uses another
                        target namespace, body namespace, soapAction, part names and endpoint
                        path, to check that a client takes them all from the WSDL

@@ -122,6 +122,13 @@ void CutConnection(const httplib::Request& req) {
   }
 }
 
+// "yes" when the request came on a TLS connection that resumed an earlier session, "no" on a
+// full handshake, "" on plain http.
+std::string TlsResumed(const httplib::Request& req) {
+  if (!req.ssl) return {};
+  return SSL_session_reused(const_cast<SSL*>(req.ssl)) ? "yes" : "no";
+}
+
 }  // namespace
 
 struct Simulator::Impl {
@@ -151,6 +158,7 @@ struct Simulator::Impl {
                       {"scenario", r.problem.empty() ? scenario.Name() : "client-fault"},
                       {"problem", r.problem},
                       {"via", req.get_header_value("Via")},
+                      {"tlsResumed", TlsResumed(req)},
                       {"body", req.body}});
     if (scenario.kind == ScenarioKind::Hangup && r.problem.empty()) {
       CutConnection(req);

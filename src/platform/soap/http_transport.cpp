@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/soap/soap_error.h"
+#include "platform/soap/tls_session.h"
 
 namespace velmora::platform {
 
@@ -43,6 +44,10 @@ struct HttpTransport::Impl {
   CURLSH* share = nullptr;
   char errorBuffer[CURL_ERROR_SIZE] = {};
   bool nothingSent = false;
+  std::unique_ptr<TlsSessionKeeper> sessions;
+
+  // One exchange, with the kept TLS session offered before and the new one kept after.
+  HttpReply Exchange(CURL* handle, const std::string& url, long timeoutMs, const std::string& source);
 
   CURL* Handle(const std::string& source) {
     if (!curl) curl = curl_easy_init();
@@ -61,6 +66,10 @@ HttpTransport::~HttpTransport() {
 }
 
 bool HttpTransport::NothingSent() const { return impl_->nothingSent; }
+
+void HttpTransport::TlsSessionFile(const std::string& path) {
+  impl_->sessions = path.empty() ? nullptr : std::make_unique<TlsSessionKeeper>(path);
+}
 
 namespace {
 
@@ -146,13 +155,23 @@ HttpReply Perform(CURL* curl, char* errorBuffer, bool& nothingSent, const std::s
 
 }  // namespace
 
+HttpReply HttpTransport::Impl::Exchange(CURL* handle, const std::string& url, long timeoutMs, const std::string& source) {
+  if (!sessions) return Perform(handle, errorBuffer, nothingSent, url, timeoutMs, source);
+  sessions->Offer(handle, url);
+  struct KeepAfter {
+    TlsSessionKeeper& keeper;
+    ~KeepAfter() { keeper.Keep(); }
+  } keep{*sessions};
+  return Perform(handle, errorBuffer, nothingSent, url, timeoutMs, source);
+}
+
 HttpReply HttpTransport::Get(const std::string& url, const ConnectionSettings& settings, int32_t timeoutMs,
                              const std::string& source) {
   CURL* curl = impl_->Handle(source);
   Apply(curl, impl_->share, url, settings, timeoutMs);
   curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
   curl_easy_setopt(curl, CURLOPT_MAXREDIRS, 5L);
-  return Perform(curl, impl_->errorBuffer, impl_->nothingSent, url, timeoutMs, source);
+  return impl_->Exchange(curl, url, timeoutMs, source);
 }
 
 HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soapAction, const std::string& envelope,
@@ -177,7 +196,7 @@ HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soa
       curl_easy_setopt(curl, CURLOPT_POSTFIELDS, nullptr);
     }
   } forget{curl};
-  return Perform(curl, impl_->errorBuffer, impl_->nothingSent, url, settings.timeoutMs, source);
+  return impl_->Exchange(curl, url, settings.timeoutMs, source);
 }
 
 }  // namespace velmora::platform

@@ -44,6 +44,9 @@ class HttpTransport {
   // have reached the service, so the request may go again.
   bool NothingSent() const;
 
+  // Where the service's TLS session is kept between processes; empty (the default): nowhere.
+  void TlsSessionFile(const std::string& path);
+
  private:
   struct Impl;
   std::unique_ptr<Impl> impl_;

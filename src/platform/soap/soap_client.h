@@ -34,6 +34,8 @@ class SoapClient {
 
   // Where fetched descriptions are kept between processes; empty (the default): nowhere.
   void DescriptionCacheFile(const std::string& path) { cache_ = DescriptionCache(path); }
+  // Where the service's TLS session is kept between processes, to be resumed by the next.
+  void TlsSessionFile(const std::string& path) { transport_->TlsSessionFile(path); }
 
   // "UseProxy", "ProxyServer", "ProxyPort", "ProxyUser", "ProxyPassword", "Timeout" (ms).
   // Names are case-sensitive, as they always were; another name raises SoapFailure::Usage.
