@@ -97,6 +97,10 @@ void BM_DispensationAtDistance(benchmark::State& state) {
     floors.push_back(floorMs);
     fetched.push_back(cold);
   }
+  int resumed = 0;
+  for (const auto& line : sim.Records()) resumed += Simulator::Field(line, "tlsResumed") == "yes";
+  Put(Key(rtt, tls, "resumed"), resumed);
+  Put(Key(rtt, tls, "posts"), static_cast<double>(sim.Records().size()));
   Put(Key(rtt, tls, "ms"), Median(kept));
   Put(Key(rtt, tls, "fetched_ms"), Median(fetched));
   Put(Key(rtt, tls, "floor_ms"), Median(floors));

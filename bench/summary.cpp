@@ -73,7 +73,8 @@ void PrintSummary(std::ostream& out) {
       const double disp = Get(key + "ms"), floor = Get(key + "floor_ms"), ratio = Ratio(disp, floor);
       const bool targeted = tls && rtt > 0;
       Row(out, "one dispensation at " + std::to_string(rtt) + " ms RTT, " + (tls ? "TLS" : "plain") + " (median)",
-          Num(disp) + " ms (description fetched: " + Num(Get(key + "fetched_ms")) + " ms)",
+          Num(disp) + " ms (description fetched: " + Num(Get(key + "fetched_ms")) + " ms" +
+              (tls ? "; TLS resumed on " + Num(Get(key + "resumed"), 0) + " of " + Num(Get(key + "posts"), 0) + " posts" : "") + ")",
           "floor, one connection + one POST: " + Num(floor) + " ms", Num(ratio) + "x", targeted ? "<= 1.25x" : "-",
           targeted ? AtMost(ratio, 1.25) : "-");
     }
