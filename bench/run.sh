@@ -50,6 +50,15 @@ load="$(cut -d' ' -f1-3 /proc/loadavg)"
   anchors: executor.exe started for an id with no request file, and the same POST made after a
   WSDL GET on the same kept-alive connection, the way executor.exe made it before it closed each
   connection after its exchange (kept to show what that cost).
+- At a distance: `velmora-sim --rtt R` (a relay holding each direction's bytes R/2 ms, TLS
+  handshakes included, a new connection idle for its first R ms as its TCP handshake would
+  cost), plain and TLS (the test certificate, TLS 1.3 negotiated). Each of 12 rounds takes one
+  dispensation with the description kept in the runtime folder (the figure), one run of
+  `velmora_bench_floor` (the anchor: a program of its own linked with libcurl, one connection,
+  one POST of the envelope executor.exe sent, certificate verified, through the same relay), and
+  one dispensation after `velmora.wsdl.cache` was removed (what every dispensation paid before:
+  the description fetched on a connection of its own). Medians. "TLS resumed" counts the posts
+  on which the simulator saw a resumed session (the floor's never are).
 - Wait: `getrusage(RUSAGE_SELF)` around one call whose answer comes after the time-out
   (`PeticionTimeOut` 5, scenario `slow-6`); beside it, one second of a loop that looks for the
   file on every pass without blocking.
