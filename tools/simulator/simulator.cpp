@@ -7,7 +7,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
+#include <charconv>
 #include <filesystem>
 #include <cstdio>
 #include <fstream>
@@ -111,7 +111,9 @@ std::string NowText() {
 void CutConnection(const httplib::Request& req) {
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
-    const int fd = std::atoi(entry.path().filename().c_str());
+    const std::string name = entry.path().filename().string();
+    int fd = -1;
+    if (std::from_chars(name.data(), name.data() + name.size(), fd).ec != std::errc()) continue;
     sockaddr_in peer{}, local{};
     socklen_t peerLength = sizeof peer, localLength = sizeof local;
     if (getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerLength) == 0 && peer.sin_family == AF_INET &&
