@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -215,6 +216,13 @@ CPeticionDispensacion MakeRequest(int n, const std::string& id, const std::strin
   r.Lector = "RC" + std::to_string(700000 + n);
   r.IDPrescripcion = id;
   return r;
+}
+
+double CpuSeconds(int who) {
+  rusage usage{};
+  getrusage(who, &usage);
+  auto secs = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + static_cast<double>(tv.tv_usec) / 1e6; };
+  return secs(usage.ru_utime) + secs(usage.ru_stime);
 }
 
 std::string ReadFile(const std::string& path) {

@@ -88,6 +88,10 @@ class Home {
 // A complete request; `codigo` picks the simulator's answer ("sim:rejected").
 CPeticionDispensacion MakeRequest(int n, const std::string& id, const std::string& codigo);
 
+// User plus system CPU seconds of this process (RUSAGE_SELF) or of its reaped children
+// (RUSAGE_CHILDREN).
+double CpuSeconds(int who);
+
 std::string ReadFile(const std::string& path);
 bool FileExists(const std::string& path);
 

@@ -243,13 +243,6 @@ BENCHMARK(BM_ExecutorStartOnly)->Iterations(20)->UseManualTime()->Unit(benchmark
 
 // The host's CPU over a whole wait that ends at the time-out: the service is slower than
 // PeticionTimeOut, so the answer arrives only after the host has gone on without it.
-double CpuSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  auto secs = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + static_cast<double>(tv.tv_usec) / 1e6; };
-  return secs(usage.ru_utime) + secs(usage.ru_stime);
-}
-
 bool LateFileArrived(const std::string& path) { return FileExists(path); }
 
 void BM_WaitCpu(benchmark::State& state) {
@@ -259,11 +252,11 @@ void BM_WaitCpu(benchmark::State& state) {
   for (auto _ : state) {
     const std::string id = NextId("WAIT");
     auto request = MakeRequest(2, id, "sim:slow-6");
-    const double cpu0 = CpuSeconds();
+    const double cpu0 = CpuSeconds(RUSAGE_SELF);
     const auto start = Clock::now();
     const int type = Dispense(iface, request);
     const double wall = std::chrono::duration<double>(Clock::now() - start).count();
-    const double cpu = CpuSeconds() - cpu0;
+    const double cpu = CpuSeconds(RUSAGE_SELF) - cpu0;
     state.SetIterationTime(wall);
     if (type == rspReceived) {
       state.SkipWithError("an answer arrived; the wait was not measured");
@@ -286,13 +279,13 @@ BENCHMARK(BM_WaitCpu)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisec
 void BM_WaitCpuSpinning(benchmark::State& state) {
   const std::string path = SharedRoad().home.Root() + "Recibidos/none.xml";
   for (auto _ : state) {
-    const double cpu0 = CpuSeconds();
+    const double cpu0 = CpuSeconds(RUSAGE_SELF);
     const auto start = Clock::now();
     bool found = false;
     while (!found && Clock::now() - start < std::chrono::seconds(1)) found = FileExists(path);
     const double wall = std::chrono::duration<double>(Clock::now() - start).count();
     state.SetIterationTime(wall);
-    Put("spin_cpu_percent", 100.0 * (CpuSeconds() - cpu0) / wall);
+    Put("spin_cpu_percent", 100.0 * (CpuSeconds(RUSAGE_SELF) - cpu0) / wall);
   }
   state.counters["cpu_percent"] = Get("spin_cpu_percent");
 }

@@ -74,8 +74,9 @@ void PrintSummary(std::ostream& out) {
       const bool targeted = tls && rtt > 0;
       Row(out, "one dispensation at " + std::to_string(rtt) + " ms RTT, " + (tls ? "TLS" : "plain") + " (median)",
           Num(disp) + " ms (description fetched: " + Num(Get(key + "fetched_ms")) + " ms" +
-              (tls ? "; TLS resumed on " + Num(Get(key + "resumed"), 0) + " of " + Num(Get(key + "posts"), 0) + " posts" : "") + ")",
-          "floor, one connection + one POST: " + Num(floor) + " ms", Num(ratio) + "x", targeted ? "<= 1.25x" : "-",
+              (tls ? "; TLS resumed on " + Num(Get(key + "resumed"), 0) + " of " + Num(Get(key + "posts"), 0) + " posts" : "") +
+              "; CPU: host " + Num(Get(key + "host_cpu_ms")) + " ms + executor.exe " + Num(Get(key + "executor_cpu_ms")) + " ms)",
+          "floor, one connection + one POST: " + Num(floor) + " ms (CPU " + Num(Get(key + "floor_cpu_ms")) + " ms)", Num(ratio) + "x", targeted ? "<= 1.25x" : "-",
           targeted ? AtMost(ratio, 1.25) : "-");
     }
   }
