@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "velmora/core.h"
 #include "velmora/export.h"
@@ -17,7 +18,8 @@ enum ResponseTypeEnum : int32_t { rspReceived = 1, rspDefault = 2, rspInternal =
 // The one class a pharmacy's software creates and talks to. Creating it loads the configuration;
 // a dispensation call writes the request file, starts executor.exe, waits for its answer and
 // falls back to the default or internal response. Nothing is ever thrown to the host: failures
-// show as DatosValidos false and in Errores().
+// show as DatosValidos false and in Errores(). An interface belongs to the thread that created
+// it: a dispensation call from any other thread does nothing and answers error 32005.
 class VELMORA_API CInterface {
  public:
   CInterface();
@@ -33,6 +35,8 @@ class VELMORA_API CInterface {
   int32_t Opciones() const { return opciones_; }
   void Opciones(int32_t value) { opciones_ = value; }
   bool Enabled() const { return enabled_; }
+  // True on the thread that created the interface, the only one its dispensation calls serve.
+  bool OnCreatingThread() const { return std::this_thread::get_id() == owner_; }
 
   // One dispensation. A blank IDPrescripcion of the request is filled in.
   std::unique_ptr<CRespuestaPeticion> SolicitudDispensacion(CPeticionDispensacion& objPeticionDispensacion);
@@ -52,6 +56,12 @@ class VELMORA_API CInterface {
 
  private:
   bool WaitResponse(const std::string& strIdPrescripcion);
+  // False, with 32005 in Errores, when called from another thread than the creating one.
+  bool OnOwnThread(const char* method);
+
+  std::thread::id owner_ = std::this_thread::get_id();
+  // Set while a dispensation waits: tells whether the executor it started has ended.
+  std::function<bool()> executorEnded_;
 
   std::string serviceName_;
   std::string logFile_;

@@ -22,7 +22,9 @@
  *  - Returned "const char *" strings are borrowed: the library owns them, the host never frees
  *    them, and each function says how long its string stays valid. Copy what you keep.
  *  - A handle belongs to the thread that created it. The library keeps its logs, configuration
- *    and error list per thread; use every handle of one dispensation on one thread.
+ *    and error list per thread; use every handle of one dispensation on one thread. A
+ *    dispensation call on an interface from another thread does nothing and answers
+ *    VELMORA_ERR_WRONG_THREAD; the interface's Errores then holds error 32005 saying so.
  *  - Callbacks run on the calling thread, inside the dispensation call. They may call back into
  *    the library (read properties, read Errores, even make another dispensation), but they may
  *    not release a handle that the running call is using: that release answers VELMORA_ERR_BUSY.
@@ -49,7 +51,8 @@ typedef enum velmora_status {
   VELMORA_ERR_INVALID_UTF8 = 4,  /* a string argument is not valid UTF-8 */
   VELMORA_ERR_BUSY = 5,          /* release of a handle that a running call is using */
   VELMORA_ERR_NO_MEMORY = 6,
-  VELMORA_ERR_INTERNAL = 7       /* an unexpected failure inside the library; see velmora.log */
+  VELMORA_ERR_INTERNAL = 7,      /* an unexpected failure inside the library; see velmora.log */
+  VELMORA_ERR_WRONG_THREAD = 8   /* a dispensation call on an interface made by another thread */
 } velmora_status;
 
 /* A short English text for a status; static storage, never freed. Unknown values give

@@ -100,6 +100,7 @@ VELMORA_API int velmora_CInterface_SolicitudDispensacion(velmora_CInterface* ifa
       handle->impl = iface->impl.SolicitudDispensacion(request->impl);
     }
     if (!handle->impl) return VELMORA_ERR_INTERNAL;
+    if (!iface->impl.OnCreatingThread()) return VELMORA_ERR_WRONG_THREAD;
     *out = handle.release();
     return VELMORA_OK;
   });
@@ -117,6 +118,7 @@ VELMORA_API int velmora_CInterface_SolicitudDispensaciones(velmora_CInterface* i
       handle->impl = iface->impl.SolicitudDispensaciones(list->impl, Imprimir != 0);
     }
     if (!handle->impl) return VELMORA_ERR_INTERNAL;
+    if (!iface->impl.OnCreatingThread()) return VELMORA_ERR_WRONG_THREAD;
     *out = handle.release();
     return VELMORA_OK;
   });

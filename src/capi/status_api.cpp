@@ -13,6 +13,7 @@ VELMORA_API const char* velmora_status_text(int status) {
     case VELMORA_ERR_BUSY: return "handle in use by a running call";
     case VELMORA_ERR_NO_MEMORY: return "out of memory";
     case VELMORA_ERR_INTERNAL: return "internal failure (see velmora.log)";
+    case VELMORA_ERR_WRONG_THREAD: return "interface used from another thread than the one that created it";
     default: return "unknown status";
   }
 }

@@ -4,6 +4,7 @@
 #include "core/start_up.h"
 #include "executor/executor_impl.h"
 #include "platform/paths.h"
+#include "platform/profile.h"
 #include "platform/text.h"
 #include "platform/vbconv.h"
 #include "velmora/messages.h"
@@ -106,7 +107,8 @@ bool CExecutor::ConectarServicio() {
         const std::string servidor = proxy("Servidor");
         const std::string puerto = proxy("Puerto");
         const std::string usuario = proxy("Usuario");
-        const std::string password = proxy("Password");
+        // Read past the traced reader: the trace never holds a password.
+        const std::string password = platform::ReadProfileString(iniFile_, "Proxy", "Password", {}, 255);
         const std::string usarProxy = proxy("UsarProxy");
         // The proxy is set before the WSDL is fetched, because the description comes through
         // it too; a site that only reaches the service through a proxy could not start
@@ -116,10 +118,10 @@ bool CExecutor::ConectarServicio() {
         client.ConnectorProperty("ProxyServer", servidor);
         client.ConnectorProperty("ProxyUser", usuario);
         client.ConnectorProperty("ProxyPassword", password);
-        client.mssoapinit(servicio_);
+        ServiceCall([&] { client.mssoapinit(servicio_); });
         if (platform::IsNumeric(timeOut)) client.ConnectorProperty("Timeout", platform::ToInt32(timeOut, kConnect));
       } else {
-        client.mssoapinit(servicio_);
+        ServiceCall([&] { client.mssoapinit(servicio_); });
       }
       conectado_ = true;
       if (AlConectar) AlConectar();

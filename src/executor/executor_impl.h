@@ -3,9 +3,22 @@
 #include <memory>
 
 #include "platform/soap/soap_client.h"
+#include "platform/text.h"
+#include "velmora/error.h"
 #include "velmora/executor.h"
 
 namespace velmora {
+
+// Runs a call of the SOAP client. A failure's text is largely the service's own (a fault string
+// of any size, line ends included): it reaches the log and Errores as one bounded line.
+template <class Call>
+auto ServiceCall(Call&& call) -> decltype(call()) {
+  try {
+    return call();
+  } catch (const Error& e) {
+    throw Error(e.Number, e.Source, platform::OneLogLine(e.Description));
+  }
+}
 
 struct CExecutor::Impl {
   // Created at start-up once the configuration has loaded, as the old object did; a connection

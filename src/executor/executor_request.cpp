@@ -78,7 +78,8 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     folders.MakeAuditor();
     ctx.Auditor().Save(id, audMarkMsgSended);
 
-    std::optional<XmlNodeList> answer = impl_->client->Call(texts.operation, request.ChildNodes());
+    std::optional<XmlNodeList> answer =
+        ServiceCall([&] { return impl_->client->Call(texts.operation, request.ChildNodes()); });
     datosEnviados_ = true;
     ctx.Auditor().Save(id, audMarkMsgReceived);
     ctx.Config.UpdateAndSaveSended();

@@ -54,6 +54,18 @@ std::string CInterface::NombreLog() {
 
 CError& CInterface::Errores() { return errores_; }
 
+// Every shared object (configuration, log, audit trail) is the creating thread's: on another
+// thread the call would run against an unloaded configuration and leave the request file, with
+// its password, behind. It is refused before anything is written, and said so.
+bool CInterface::OnOwnThread(const char* method) {
+  if (OnCreatingThread()) return true;
+  errores_ = CError();
+  const Error error(32005, method, ErrorText(32005) + " (la interfaz se usa desde un hilo distinto del que la creó)");
+  errores_.AddError(error);
+  core::LogLine(error.what());
+  return false;
+}
+
 int32_t CInterface::OpcionesLog() const { return core::ThreadContext().MessageLog.Flags; }
 
 void CInterface::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Flags = value; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "core/context.h"
@@ -9,13 +10,22 @@ namespace velmora::interface {
 
 // The steps the single and the batch dispensation share.
 
-// True when `id` can name a message file: not empty of meaning for a path ("." or ".."), and no
-// folder separator, so nothing is ever written outside the working folders.
-bool IsPlainFileName(const std::string& id);
+// Raises 32007 with `method` unless `id` can name a message file and an audit section; checked
+// before anything is logged or written for it.
+void RefuseUnusableIdentifier(const std::string& id, const char* method);
 
-// Raises 53 when executor.exe is missing, else starts "executor.exe IDPres=<id>" (+ " MD" for a
-// batch) from the runtime folder, split at blanks and without a shell, and does not wait.
-void StartExecutor(const std::string& id, bool batch, const char* method);
+// A generated "ITP" identifier that no other dispensation of this runtime folder holds: a stamp
+// already reserved (by this process or another sharing the folder) moves on a second at a time.
+std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request);
+
+// A response file already in "Recibidos" for `id` belongs to an earlier request: it goes to
+// "Retrasados" before the executor starts, so it cannot pass for this request's answer.
+void MoveStaleResponseAside(const std::string& id);
+
+// Raises 53 when executor.exe is missing, else starts executor.exe from the runtime folder with
+// "IDPres=<id>" as one argument (and "MD" as another for a batch), without a shell, and does
+// not wait. The result tells whether the executor has ended.
+std::function<bool()> StartExecutor(const std::string& id, bool batch, const char* method);
 
 // Deletes the message files as EliminarXMLPeticion and EliminarXMLRespuesta say; the response
 // file only when it came from the executor. Results are ignored: the answer is already chosen.

@@ -10,18 +10,24 @@ namespace velmora {
 std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionDispensacion& objPeticionDispensacion) {
   constexpr const char* kMethod = "CInterface.SolicitudDispensacion";
   auto response = std::make_unique<CRespuestaPeticion>();
+  if (!OnOwnThread(kMethod)) {
+    response->DatosValidos = false;
+    return response;
+  }
   bool failed = false;
   auto& request = objPeticionDispensacion;
   if (platform::Trim(request.IDPrescripcion).empty())
-    request.IDPrescripcion = messages::MakePrescriptionIdentifier(request);
+    request.IDPrescripcion = interface::ReserveGeneratedIdentifier(request);
   const std::string id = request.IDPrescripcion;
-  core::TraceScope trace(kMethod, id);
+  const bool blank = platform::Trim(id).empty();
+  core::TraceScope trace(kMethod, blank || messages::IsUsableIdentifier(id) ? id : std::string());
   try {
     auto& auditor = core::ThreadContext().Auditor();
+    if (!blank) interface::RefuseUnusableIdentifier(id, kMethod);
     core::LogLine("CInterface.SolicitudDispensacion:Iniciando una solicitud de dispensación " + id);
     if (!enabled_) Raise(32005, kMethod);
     if (!request.IObject_RequiredFields()) Raise(32002, kMethod);
-    if (platform::Trim(id).empty()) Raise(32006, kMethod);
+    if (blank) Raise(32006, kMethod);
     CFileAdmin files;
     const std::string requestFile = files.GetSendedPath() + id + ".xml";
     const std::string responseFile = files.GetReceivedPath() + id + ".xml";
@@ -29,18 +35,21 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     files.MakeAuditor();
     auditor.Save(id, audHeader, rcvNone, {});
     files.MakeSended();
-    if (!interface::IsPlainFileName(id) || !request.ToXMLFile(requestFile)) Raise(32007, kMethod);
+    if (!request.ToXMLFile(requestFile)) Raise(32007, kMethod);
     auditor.Save(id, audMarkPetitionDone, rcvNone, {});
     // A copy: a handler that rewrites the request must not pull its own argument from under it.
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(std::string(request.IDPrescripcion));
 
-    interface::StartExecutor(id, false, kMethod);
+    interface::MoveStaleResponseAside(id);
+    executorEnded_ = interface::StartExecutor(id, false, kMethod);
     const bool arrived = WaitResponse(id);
+    executorEnded_ = nullptr;
 
     const ResponseTypeEnum type =
         interface::ChooseResponse(id, arrived, files.ExistDefaultResponseFile(), responseFile, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
+    executorEnded_ = nullptr;
     core::HandleError(kMethod, e);
     failed = true;
     response->SetInternalResponse(false);

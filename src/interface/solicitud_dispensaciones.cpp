@@ -13,6 +13,10 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
                                                                          bool Imprimir) {
   constexpr const char* kMethod = "CInterface.SolicitudDispensaciones";
   auto response = std::make_unique<CRespDispensaciones>();
+  if (!OnOwnThread(kMethod)) {
+    response->DatosValidos = false;
+    return response;
+  }
   bool failed = false;
   core::TraceScope trace(kMethod);
   try {
@@ -29,6 +33,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     if (items.Count() == 0) Raise(32014, kMethod);
     const std::string id = "MD__" + items.Item(1)->IDPrescripcion;
     if (platform::Trim(id).empty()) Raise(32006, kMethod);
+    interface::RefuseUnusableIdentifier(id, kMethod);
     CFileAdmin files;
     const std::string requestFile = files.GetSendedPath() + id + ".xml";
     const std::string responseFile = files.GetReceivedPath() + id + ".xml";
@@ -38,17 +43,14 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     files.MakeSended();
     core::LogLine("CInterface.SolicitudDispensaciones:MakeAuditor " + files.GetAuditorPath());
     files.MakeAuditor();
-    if (!interface::IsPlainFileName(id) || !objListaDispensaciones.ToXMLFile(requestFile)) Raise(32007, kMethod);
+    if (!objListaDispensaciones.ToXMLFile(requestFile)) Raise(32007, kMethod);
     auditor.Save(id, audMarkPetitionDone, rcvNone, {});
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(id);
 
-    // A stale answer of an earlier batch with the same first item must not pass for this one.
-    if (platform::ExistsNotHidden(responseFile)) {
-      platform::SetAttributes(responseFile, platform::kAttrArchive, kMethod);
-      platform::DeleteFile(responseFile, kMethod);
-    }
-    interface::StartExecutor(id, true, kMethod);
+    interface::MoveStaleResponseAside(id);
+    executorEnded_ = interface::StartExecutor(id, true, kMethod);
     const bool arrived = WaitResponse(id);
+    executorEnded_ = nullptr;
 
     // The hidden completion mark comes off before the file is read.
     if (arrived && platform::PathExists(responseFile))
@@ -58,6 +60,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
         interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
+    executorEnded_ = nullptr;
     core::HandleError(kMethod, e);
     failed = true;
     response->SetInternalResponse(false);

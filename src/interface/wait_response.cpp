@@ -5,6 +5,7 @@
 #include "core/context.h"
 #include "interface/directory_watch.h"
 #include "platform/attributes.h"
+#include "platform/files.h"
 
 namespace velmora {
 
@@ -40,6 +41,13 @@ bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
         core::LogLine("CInterface.WaitResponse: Hemos encontrado el fichero pero esta liberado???? el fichero --> " +
                       folder + strIdPrescripcion + " con los atributos " + std::to_string(attributes));
         arrived = attributes == platform::kAttrHidden;
+      }
+      // An executor that has ended will write nothing more: waiting on to the time-out would
+      // only hold the till. Its answer, if it left one, is taken by the last look below.
+      if (!arrived && executorEnded_ && executorEnded_()) {
+        if (!platform::PathExists(path))
+          core::LogLine("CInterface.WaitResponse: executor.exe ha terminado sin dejar respuesta --> " + path);
+        break;
       }
       if (OnIdle) OnIdle();
       if (!arrived && elapsed < limit) watch.Wait(kPass);

@@ -8,13 +8,27 @@
 
 namespace velmora::messages {
 
+std::string Escaped(std::string_view value) {
+  std::string out;
+  out.reserve(value.size());
+  for (char c : value) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
+
 std::string Element(std::string_view name, std::string_view value) {
   std::string out;
   out.reserve(2 * name.size() + value.size() + 8);
   out += '<';
   out += name;
   out += " >";
-  out += value;
+  out += Escaped(value);
   out += "</";
   out += name;
   out += '>';
@@ -61,6 +75,16 @@ void SaveBody(const std::string& body, const std::string& path, const std::strin
   platform::xml::Document doc;
   if (!doc.LoadXml(body)) Raise(32003, source);
   doc.Save(path, source);
+}
+
+std::string WithoutPassword(std::string body) {
+  static constexpr std::string_view kOpen = "<claveUsuario >";
+  const size_t start = body.find(kOpen);
+  if (start == std::string::npos) return body;
+  const size_t from = start + kOpen.size();
+  const size_t end = body.find("</claveUsuario>", from);
+  if (end != std::string::npos && end > from) body.replace(from, end - from, "********");
+  return body;
 }
 
 std::string Decimal(long long value) {

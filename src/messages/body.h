@@ -1,9 +1,9 @@
 #pragma once
 
-// Pieces every message body is built from, by plain concatenation. Values are written as they
-// stand, never escaped: a value holding "<" or "&" makes the body ill-formed, and the parse
-// before saving is what reports it (32003). The service has always been sent the bytes the
-// pharmacy typed, so escaping here would change what it receives.
+// Pieces every message body is built from, by plain concatenation. Values have "&", "<" and ">"
+// escaped and nothing else: a body whose values hold none of the three keeps the exact bytes it
+// always had, and a reason text or password that holds one can no longer break the file or
+// smuggle elements into it (the readers decode the references again).
 
 #include <functional>
 #include <string>
@@ -13,7 +13,10 @@ namespace velmora::messages {
 
 inline constexpr std::string_view kCrLf = "\r\n";
 
-// "<name >value</name>" + CR LF: the start tag keeps its blank before ">".
+// `value` with "&", "<" and ">" written as character references.
+std::string Escaped(std::string_view value);
+
+// "<name >value</name>" + CR LF, the value escaped: the start tag keeps its blank before ">".
 std::string Element(std::string_view name, std::string_view value);
 
 // The library-wide namespace declarations the bodies open with (the configured EsquemaXML).
@@ -39,6 +42,10 @@ void SaveBody(const std::string& body, const std::string& path, const std::strin
 inline void Fire(const std::function<void()>& event) {
   if (event) event();
 }
+
+// `body` with the text of its "claveUsuario" element replaced, for the trace: the password is
+// never written to a plain text file.
+std::string WithoutPassword(std::string body);
 
 // Decimal text of an integer, locale-free.
 std::string Decimal(long long value);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "velmora/messages.h"
 
@@ -8,8 +9,14 @@ namespace velmora::messages {
 
 // The identifier given to a request that has none: "ITP", the pharmacy, the province, the
 // pharmacy again, the user, the health card and the present local time as "yymmddhhmmss"
-// (platform::Now(), so tests fix it). The pharmacy appears twice on purpose: identifiers already
-// issued and audited have this shape, and the service matches on it.
-std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request);
+// (platform::Now(), so tests fix it), moved on by `laterSeconds` when the caller found the
+// earlier stamps taken. The pharmacy appears twice on purpose: identifiers already issued and
+// audited have this shape, and the service matches on it.
+std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int laterSeconds = 0);
+
+// True when `id` can name a message file and a section of the audit file: valid UTF-8 short
+// enough for a file name, no control character, no "/", "[" or "]", and neither "." nor "..".
+// Anything else would write outside the working folders or forge audit sections and log lines.
+bool IsUsableIdentifier(std::string_view id);
 
 }  // namespace velmora::messages

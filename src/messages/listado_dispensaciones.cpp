@@ -97,7 +97,7 @@ std::string CListadoDispensaciones::ToString(bool withEnvelope) {
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
   }
-  trace.Result(result);
+  trace.Result(messages::WithoutPassword(result));
   return result;
 }
 

@@ -95,7 +95,7 @@ std::string CPeticionDispensacion::ToString(bool withEnvelope) {
   } catch (const std::exception& e) {
     core::HandleError(kToString, e);
   }
-  trace.Result(result);
+  trace.Result(messages::WithoutPassword(result));
   return result;
 }
 

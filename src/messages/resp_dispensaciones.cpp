@@ -41,10 +41,10 @@ CRespError& CRespError::createResp(const XmlNodeList& objNode) {
 
 std::string CRespError::ToString() const {
   return "<P70ItemRespuestaPeticionDispensacion>\r\n"
-         "<CodResp>" + Codigo + "</CodResp>\r\n"
-         "<DescResp>" + Description + "</DescResp>\r\n"
-         "<CodDisp>" + CodigoDispensado + "</CodDisp>\r\n"
-         "<TipResp>" + TipoRespuesta + "</TipResp>\r\n"
+         "<CodResp>" + messages::Escaped(Codigo) + "</CodResp>\r\n"
+         "<DescResp>" + messages::Escaped(Description) + "</DescResp>\r\n"
+         "<CodDisp>" + messages::Escaped(CodigoDispensado) + "</CodDisp>\r\n"
+         "<TipResp>" + messages::Escaped(TipoRespuesta) + "</TipResp>\r\n"
          "</P70ItemRespuestaPeticionDispensacion>\r\n";
 }
 

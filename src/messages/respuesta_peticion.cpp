@@ -28,7 +28,7 @@ std::string SoapArray(const char* name, const Collection<std::string>& items) {
   out += "]\">";
   for (size_t i = 1; i <= items.Count(); ++i) {
     out += "<SOAP-ENC:string>";
-    out += *items.Item(i);
+    out += messages::Escaped(*items.Item(i));
     out += "</SOAP-ENC:string>";
   }
   out += "</";

@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <stdlib.h>
 
+#include <filesystem>
+
 namespace velmora::platform {
 
 std::string WithSlash(std::string folder) {
@@ -11,7 +13,13 @@ std::string WithSlash(std::string folder) {
 }
 
 std::string RuntimeFolder() {
-  if (const char* home = getenv("VELMORA_HOME"); home && *home) return WithSlash(home);
+  // Made absolute against the present folder: the executor starts in the runtime folder, where a
+  // relative name would point somewhere else, and paths handed to it must mean the same there.
+  if (const char* home = getenv("VELMORA_HOME"); home && *home) {
+    std::error_code ec;
+    const std::filesystem::path absolute = std::filesystem::absolute(home, ec);
+    return WithSlash(ec ? std::string(home) : absolute.lexically_normal().string());
+  }
   // The folder of the object that holds this function: libvelmora.so for a host, the program
   // itself when a test links the static libraries.
   Dl_info info{};

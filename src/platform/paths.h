@@ -4,8 +4,9 @@
 
 namespace velmora::platform {
 
-// The runtime folder, ending in "/": $VELMORA_HOME when set and not empty, else the folder of
-// the loaded libvelmora.so. Read at every call so a test can point it elsewhere.
+// The runtime folder, absolute and ending in "/": $VELMORA_HOME when set and not empty (a relative
+// one taken from the present folder), else the folder of the loaded libvelmora.so. Read at every
+// call so a test can point it elsewhere.
 std::string RuntimeFolder();
 
 // The library's title: the base of velmora.ini, velmora.log, velmora.txt and velmora.pdf.

@@ -37,4 +37,22 @@ bool IsValidUtf8(std::string_view bytes) {
   return true;
 }
 
+std::string AsUtf8(std::string_view bytes) {
+  return IsValidUtf8(bytes) ? std::string(bytes) : Cp1252ToUtf8(bytes);
+}
+
+std::string OneLogLine(std::string_view text, size_t maxBytes) {
+  std::string out = AsUtf8(text);
+  for (char& c : out)
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+  if (out.size() > maxBytes) {
+    size_t cut = maxBytes;
+    // Never halfway through a character: step back over continuation bytes.
+    while (cut > 0 && (static_cast<unsigned char>(out[cut]) & 0xC0) == 0x80) --cut;
+    out.resize(cut);
+    out += "...";
+  }
+  return out;
+}
+
 }  // namespace velmora::platform

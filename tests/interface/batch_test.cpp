@@ -36,7 +36,7 @@ TEST(Batch, IdentifierFilesAndStaleAnswer) {
   auto request = CompleteRequest();
   request.IDPrescripcion = "123";
   ASSERT_TRUE(list.aniadirDispensacion(request));
-  // An answer left over from an earlier batch with the same first item.
+  // An answer left over from an earlier batch with the same first item: put aside, never taken.
   f.folder.Write("Recibidos/MD__123.xml", "<RespuestaPeticion><ResultResp>0</ResultResp></RespuestaPeticion>");
   auto response = iface.SolicitudDispensaciones(list);
   EXPECT_EQ(started, "MD__123");
@@ -44,6 +44,7 @@ TEST(Batch, IdentifierFilesAndStaleAnswer) {
   EXPECT_EQ(type, rspInternal);
   EXPECT_FALSE(response->DispensacionRealizada());
   EXPECT_FALSE(f.Exists("Recibidos/MD__123.xml"));
+  EXPECT_TRUE(f.Exists("Retrasados/MD__123.xml"));
   EXPECT_TRUE(f.LogHas("CInterface.SolicitudDispensaciones:MakeAuditor "));
 }
 
@@ -69,14 +70,11 @@ TEST(Batch, HiddenAnswerArrivesAndLosesItsMark) {
   auto request = CompleteRequest();
   ASSERT_TRUE(list.aniadirDispensacion(request));
   const std::string id = "MD__RX001";
-  // Placed as the executor would leave it, once the stale-answer check has passed: hidden.
-  iface.AlIniciarSolicitudDispensacion = [&](const std::string&) {
-    f.folder.Write("Recibidos/" + id + ".xml",
-                   "<RespuestaPeticion><ResultResp>1</ResultResp><Respuestas><P70ItemRespuestaPeticionDispensacion>"
-                   "<CodResp>7</CodResp><DescResp>Rechazada</DescResp><CodDisp>654321</CodDisp><TipResp>E</TipResp>"
-                   "</P70ItemRespuestaPeticionDispensacion></Respuestas></RespuestaPeticion>");
-    platform::SetAttributes(f.folder.Path("Recibidos/" + id + ".xml"), platform::kAttrHidden, "t");
-  };
+  f.AnswerDuringTheWait(iface, id,
+                        "<RespuestaPeticion><ResultResp>1</ResultResp><Respuestas><P70ItemRespuestaPeticionDispensacion>"
+                        "<CodResp>7</CodResp><DescResp>Rechazada</DescResp><CodDisp>654321</CodDisp><TipResp>E</TipResp>"
+                        "</P70ItemRespuestaPeticionDispensacion></Respuestas></RespuestaPeticion>",
+                        true);
   auto response = iface.SolicitudDispensaciones(list);
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_FALSE(response->DispensacionRealizada());

@@ -76,50 +76,33 @@ TEST(Dispensation, DefaultFileAnswersWhenTheServiceDoesNot) {
   EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
 }
 
-TEST(Dispensation, HiddenResponseIsTakenAtTheFirstCheck) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "30"));
-  f.folder.Write("Recibidos/RX001.xml", kAnswer);
-  platform::SetAttributes(f.folder.Path("Recibidos/RX001.xml"), platform::kAttrHidden, "t");
-  CInterface iface;
-  Outcome o;
-  Watch(iface, o);
-  auto request = CompleteRequest();
-  const auto start = std::chrono::steady_clock::now();
-  auto response = iface.SolicitudDispensacion(request);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-  EXPECT_TRUE(o.correcto);
-  EXPECT_EQ(o.type, rspReceived);
-  EXPECT_TRUE(response->DispensacionRealizada());
-  EXPECT_EQ(*response->m_colTextoAviso.Item(1), "Dispensada");
-  EXPECT_FALSE(f.Exists("Recibidos/RX001.xml"));  // EliminarXMLRespuesta=1
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "srv");
-}
-
-TEST(Dispensation, UnmarkedResponseIsTakenOnlyByTheLastLook) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "2"));
-  f.folder.Write("Recibidos/RX001.xml", kAnswer);  // present, but never marked complete
-  CInterface iface;
-  Outcome o;
-  Watch(iface, o);
-  auto request = CompleteRequest();
-  const auto start = std::chrono::steady_clock::now();
-  auto response = iface.SolicitudDispensacion(request);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1400));
-  EXPECT_TRUE(o.correcto);
-  EXPECT_EQ(o.type, rspReceived);
-  EXPECT_TRUE(f.LogHas("con los atributos 32\r\n"));
-  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse: dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32\r\n"));
-}
-
-TEST(Dispensation, ZeroTimeOutStillTakesAFileThatIsThere) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "0"));
-  f.folder.Write("Recibidos/RX001.xml", kAnswer);
-  CInterface iface;
-  Outcome o;
-  Watch(iface, o);
-  auto request = CompleteRequest();
-  auto response = iface.SolicitudDispensacion(request);
-  EXPECT_EQ(o.type, rspReceived);
+// The executor's file arrives while the wait runs: a marked one is taken at the next check, an
+// unmarked one only by the last look, which comes once the executor (the service refuses it)
+// has ended without writing anything itself. A file already there at the start is never taken,
+// not even by a zero time-out's only look.
+TEST(Dispensation, AnswerArrivingDuringTheWaitIsTakenStaleOneIsNot) {
+  for (auto [timeOut, hidden] : {std::pair{"30", true}, {"30", false}, {"0", true}}) {
+    SCOPED_TRACE(std::string(timeOut) + (hidden ? " hidden" : " unmarked"));
+    const bool waits = std::string(timeOut) != "0";
+    InterfaceFixture f(IniWith("PeticionTimeOut", timeOut));
+    f.folder.Write("Recibidos/RX001.xml", "<RespuestaPeticion><NAvisos>7</NAvisos></RespuestaPeticion>");
+    CInterface iface;
+    Outcome o;
+    Watch(iface, o);
+    f.AnswerDuringTheWait(iface, "RX001", kAnswer, hidden);
+    auto request = CompleteRequest();
+    const auto start = std::chrono::steady_clock::now();
+    auto response = iface.SolicitudDispensacion(request);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_EQ(o.type, waits ? rspReceived : rspInternal);
+    EXPECT_EQ(response->DispensacionRealizada(), waits);
+    EXPECT_EQ(response->m_intNAvisos, 1);
+    EXPECT_FALSE(f.Exists("Recibidos/RX001.xml"));  // EliminarXMLRespuesta=1
+    EXPECT_TRUE(f.Exists("Retrasados/RX001.xml"));
+    EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"),
+              waits ? "srv" : "int");
+    EXPECT_EQ(f.LogHas("dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32\r\n"), !hidden);
+  }
 }
 
 TEST(Dispensation, ZeroIntervalFailsTheWaitNotTheCall) {
@@ -162,7 +145,10 @@ TEST(Dispensation, FailuresGiveTheForcedInternalResponse) {
       {"path in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "../../escape"; }, true, "32007 32013 ",
        "CInterface.SolicitudDispensacion:(32007)No se puede exportar la petición de dispensación\r\n"},
       {"dot id", [](CPeticionDispensacion& r) { r.IDPrescripcion = ".."; }, true, "32007 32013 ", nullptr},
-      {"bad body", [](CPeticionDispensacion& r) { r.Importe = "1<2"; }, true, "32003 32007 32013 ", nullptr},
+      {"section in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "RX]\r\n[RX2"; }, true, "32007 32013 ", nullptr},
+      {"control in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "RX\x1b"; }, true, "32007 32013 ", nullptr},
+      {"latin-1 id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "RX\xf1"; }, true, "32007 32013 ", nullptr},
+      {"long id", [](CPeticionDispensacion& r) { r.IDPrescripcion.assign(248, 'R'); }, true, "32007 32013 ", nullptr},
   };
   for (const auto& c : cases) {
     InterfaceFixture f(testing::RuntimeFolder::DefaultIni(), c.executor);
@@ -181,7 +167,25 @@ TEST(Dispensation, FailuresGiveTheForcedInternalResponse) {
       EXPECT_TRUE(f.LogHas(c.logLine)) << c.name << "\n" << f.Log();
     }
     EXPECT_FALSE(std::filesystem::exists(f.folder.Path("../escape.xml"))) << c.name;
+    // A refused identifier leaves no trace but the error: no audit record, no request file.
+    if (std::string(c.errors) == "32007 32013 ") {
+      EXPECT_FALSE(f.Exists("Auditoria/audit.log")) << c.name;
+      EXPECT_TRUE(!f.Exists("Enviados") || std::filesystem::is_empty(f.folder.Path("Enviados"))) << c.name;
+      EXPECT_EQ(f.Log().find("Iniciando una"), std::string::npos) << c.name;
+    }
   }
+}
+
+TEST(Dispensation, AnotherThreadIsRefusedAndWritesNothing) {
+  InterfaceFixture f;
+  CInterface iface;
+  auto request = CompleteRequest();
+  std::unique_ptr<CRespuestaPeticion> response;
+  std::thread([&] { response = iface.SolicitudDispensacion(request); }).join();
+  EXPECT_FALSE(response->DatosValidos);
+  EXPECT_EQ(ErrorNumbers(iface.Errores()), "32005 ");
+  for (const auto& item : iface.Errores().Errores()) EXPECT_NE(item.Description.find("hilo"), std::string::npos);
+  EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));
 }
 
 TEST(Dispensation, RequestFileStaysWhenTheExecutorIsMissing) {

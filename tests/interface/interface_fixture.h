@@ -4,8 +4,10 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "core/context.h"
+#include "platform/attributes.h"
 #include "platform/clock.h"
 #include "support/runtime_folder.h"
 #include "velmora/messages.h"
@@ -42,6 +44,16 @@ class InterfaceFixture {
   std::string Log() const { return folder.Read("velmora.log"); }
   bool LogHas(const std::string& text) const { return Log().find(text) != std::string::npos; }
   bool Exists(const std::string& relative) const { return std::filesystem::exists(folder.Path(relative)); }
+  // Leaves `content` in "Recibidos/<id>.xml" at the first pass of the wait, as the executor
+  // would once it has started (hidden = marked complete).
+  template <class Iface>
+  void AnswerDuringTheWait(Iface& iface, const std::string& id, const std::string& content, bool hidden) {
+    iface.OnIdle = [this, id, content, hidden, done = false]() mutable {
+      if (std::exchange(done, true)) return;
+      folder.Write("Recibidos/" + id + ".xml", content);
+      if (hidden) platform::SetAttributes(folder.Path("Recibidos/" + id + ".xml"), platform::kAttrHidden, "t");
+    };
+  }
 
   RuntimeFolder folder;
 };

@@ -157,7 +157,7 @@ TEST_F(ListadoTest, BatchBodyTakesPharmacyAndUserFromTheFirstItem) {
   EXPECT_FALSE(batch.FromXMLFile(path));
 }
 
-TEST_F(ListadoTest, EmptyBatchReports32014AndUnescapedValues32003) {
+TEST_F(ListadoTest, EmptyBatchReports32014AndMarkupIsEscaped) {
   CListadoDispensaciones batch;
   CPeticionDispensacion p = Request("RX1");
   ASSERT_TRUE(batch.aniadirDispensacion(p));
@@ -172,11 +172,11 @@ TEST_F(ListadoTest, EmptyBatchReports32014AndUnescapedValues32003) {
   EXPECT_EQ(LastErrorNumber(), 32003);
   EXPECT_FALSE(platform::PathExists(path));
 
-  CPeticionDispensacion bad = Request("RX1");
-  bad.Lector = "A&B";
-  ASSERT_TRUE(batch.aniadirDispensacion(bad));
-  EXPECT_FALSE(batch.ToXMLFile(path));
-  EXPECT_FALSE(platform::PathExists(path));
+  CPeticionDispensacion markup = Request("RX1");
+  markup.Lector = "A&B";
+  ASSERT_TRUE(batch.aniadirDispensacion(markup));
+  ASSERT_TRUE(batch.ToXMLFile(path));
+  EXPECT_NE(folder_.Read("Enviados/empty.xml").find(">A&amp;B</numeroReceta>"), std::string::npos);
 }
 
 }  // namespace

@@ -199,18 +199,22 @@ TEST_F(PeticionTest, ToXMLFileSavesTheParsedBodyPrivately) {
   EXPECT_EQ(events.back(), "from");
 }
 
-TEST_F(PeticionTest, UnescapedValuesGive32003AndNoFile) {
-  for (const char* bad : {"a<b", "A & B"}) {
+// Markup in a value is escaped: the file holds the same 13 elements and reads back the text.
+TEST_F(PeticionTest, MarkupInValuesIsEscapedAndReadsBackAsText) {
+  for (const char* value : {"a<b", "A & B", "x</claveUsuario><importe>0</importe><claveUsuario>"}) {
     CPeticionDispensacion p = Filled();
-    p.CodigoDispensado = bad;
-    const std::string path = folder_.Path("Enviados/bad.xml");
-    EXPECT_FALSE(p.ToXMLFile(path)) << bad;
-    EXPECT_FALSE(platform::PathExists(path)) << bad;
-    EXPECT_EQ(LastErrorNumber(), 32003);
-    EXPECT_EQ(p.IObject_ToXML(), nullptr);
-    EXPECT_EQ(LastError()->Source, "CPeticionDispensacion.IObject_ToXML");
+    p.ClaveUsuario = value;
+    const std::string path = folder_.Path("Enviados/markup.xml");
+    ASSERT_TRUE(p.ToXMLFile(path)) << value;
+    platform::xml::Document doc;
+    ASSERT_TRUE(doc.Load(path)) << value;
+    ASSERT_EQ(doc.ChildNodes().length(), 13u) << value;
+    EXPECT_EQ(doc.ChildNodes().Item(7).nodeTypedValue(), value);
   }
-  EXPECT_TRUE(LogHas("CPeticionDispensacion.IObject_ToXML:(32003)La petición SOAP/XML generada tiene errores"));
+  CPeticionDispensacion p = Filled();
+  p.ClaveUsuario = "<&>";
+  EXPECT_NE(p.ToString(false).find("<claveUsuario >&lt;&amp;&gt;</claveUsuario>\r\n"), std::string::npos);
+  EXPECT_EQ(ErrorCount(), 0u);
 }
 
 TEST_F(PeticionTest, SaveSOAPMsgToFileWritesACopyBesideTheLibrary) {

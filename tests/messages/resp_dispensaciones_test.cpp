@@ -157,7 +157,7 @@ TEST_F(RespDispensacionesNoIniTest, WithoutIniExactlyOneFailureRow) {
   }
 }
 
-TEST_F(RespDispensacionesTest, BadFilesGive32009AndUnescapedRowsGive32003) {
+TEST_F(RespDispensacionesTest, BadFilesGive32009AndMarkupInRowsReadsBack) {
   folder_.Write("Recibidos/ill.xml", "<RespuestaPeticion><ResultResp>1</ResultResp>");
   for (const char* name : {"missing.xml", "ill.xml"}) {
     CRespDispensaciones r;
@@ -173,10 +173,11 @@ TEST_F(RespDispensacionesTest, BadFilesGive32009AndUnescapedRowsGive32003) {
   e.Description = "a < b";
   r.addDispensationResult(e);
   EXPECT_EQ(r.ResultadoDispensacion().Item(1)->Codigo, "1");  // added rows are copies
-  const std::string path = folder_.Path("Recibidos/bad.xml");
-  EXPECT_FALSE(r.ToXMLFile(path));
-  EXPECT_EQ(LastErrorNumber(), 32003);
-  EXPECT_FALSE(platform::PathExists(path));
+  const std::string path = folder_.Path("Recibidos/markup.xml");
+  ASSERT_TRUE(r.ToXMLFile(path));
+  CRespDispensaciones back;
+  ASSERT_TRUE(back.FromXMLFile(path));
+  EXPECT_EQ(back.ResultadoDispensacion().Item(2)->Description, "a < b");
 }
 
 }  // namespace

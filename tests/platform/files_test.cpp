@@ -88,12 +88,6 @@ TEST(Paths, RuntimeFolderFollowsTheEnvironment) {
   EXPECT_EQ(WithSlash("/a"), "/a/");
 }
 
-TEST(Process, CommandLineSplitsAtBlanksOnly) {
-  EXPECT_EQ(SplitAtBlanks("/r/executor.exe IDPres=MD__1 MD"),
-            (std::vector<std::string>{"/r/executor.exe", "IDPres=MD__1", "MD"}));
-  EXPECT_EQ(SplitAtBlanks("  a  b\tc "), (std::vector<std::string>{"a", "b\tc"}));
-}
-
 TEST(Process, SpawnRunsWithoutAShellAndMissingProgramIs53) {
   RuntimeFolder folder("", false);
   SpawnDetached({"/bin/touch", folder.Path("made by child")}, folder.Root(), "t");

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "platform/files.h"
+#include "platform/text.h"
 
 namespace velmora {
 
@@ -33,9 +34,11 @@ std::string XmlNode::LocalName() const {
   return colon == std::string::npos ? name : name.substr(colon + 1);
 }
 
+// A reply labelled UTF-8 but written in Latin-1 holds bytes that are not UTF-8; the text is read
+// through Windows-1252 then, so every value handed on is valid UTF-8.
 std::string XmlNode::Text() const {
   if (!node_) return {};
-  if (IsTextNode(node_)) return node_.value();
+  if (IsTextNode(node_)) return platform::AsUtf8(node_.value());
   // Walked without recursion: a reply may nest as deep as the loader allows.
   std::string text;
   pugi::xml_node n = node_.first_child();
@@ -49,7 +52,7 @@ std::string XmlNode::Text() const {
     if (!n || n == node_) break;
     n = n.next_sibling();
   }
-  return text;
+  return platform::AsUtf8(text);
 }
 
 XmlNodeList XmlNode::childNodes() const {

@@ -41,7 +41,8 @@ class XmlNode {
   std::string nodeName() const;
   // The name without its prefix ("NAvisos"), what the readers match on.
   std::string LocalName() const;
-  // All text of the node and its descendants, in document order, as it stands (no trimming).
+  // All text of the node and its descendants, in document order, as it stands (no trimming),
+  // always valid UTF-8: bytes that are not are read as Windows-1252.
   std::string Text() const;
   // Untyped documents give the same as Text().
   std::string nodeTypedValue() const { return Text(); }
