@@ -1,12 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
+#include <thread>
 
 #include "../interface/interface_fixture.h"
+#include "platform/attributes.h"
 #include "platform/profile.h"
 #include "test_processes.h"
 #include "velmora/interface.h"
@@ -179,21 +184,27 @@ TEST(Road, BatchAcceptedWhole) {
 namespace velmora {
 namespace {
 
-// Children of this process that have ended but were never reaped.
-int ZombieChildren() {
-  int zombies = 0;
+// The children of this process as pid and state ('Z': ended, never reaped), by command name.
+std::vector<std::pair<int, char>> Children(const std::string& comm) {
+  std::vector<std::pair<int, char>> children;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
     std::ifstream in(entry.path() / "stat");
     std::string stat;
     if (!std::getline(in, stat)) continue;
-    const size_t close = stat.rfind(')');
-    if (close == std::string::npos) continue;
+    const size_t open = stat.find('('), close = stat.rfind(')');
+    if (close == std::string::npos || stat.substr(open + 1, close - open - 1) != comm) continue;
     std::istringstream rest(stat.substr(close + 2));
     char state = 0;
     long ppid = 0;
     rest >> state >> ppid;
-    if (state == 'Z' && ppid == getpid()) ++zombies;
+    if (ppid == getpid()) children.emplace_back(std::stoi(entry.path().filename()), state);
   }
+  return children;
+}
+
+int ZombieChildren() {
+  int zombies = 0;
+  for (auto [pid, state] : Children("executor.exe")) zombies += state == 'Z';
   return zombies;
 }
 
@@ -221,9 +232,8 @@ TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
   Finish finish;
   Watch(iface, finish);
   auto request = CompleteRequest();
-  // Blanks split the command line (the executor joins the parts again); the rest is only text.
-  // ("&" is left out: values go into the body unescaped, so it would fail the request as 32007.)
-  request.IDPrescripcion = "RX;$(touch m1)`touch m2`|touch m3>m4";
+  // The id travels as one argument, blanks and all; the rest is only text.
+  request.IDPrescripcion = "RX;$(touch m1)`touch m2`|touch m3>m4 & x";
   auto response = iface.SolicitudDispensacion(request);
   EXPECT_EQ(finish.type, rspReceived);
   EXPECT_TRUE(response->DispensacionRealizada());
@@ -233,7 +243,7 @@ TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
   }
   const auto records = sim.Records();
   ASSERT_EQ(records.size(), 1u);
-  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("RX;$(touch m1)`touch m2`|touch m3&gt;m4"), std::string::npos)
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("RX;$(touch m1)`touch m2`|touch m3&gt;m4 &amp; x<"), std::string::npos)
       << records[0];
 }
 
@@ -251,6 +261,205 @@ TEST(Road, AnAnswerIsTakenAsSoonAsItIsMarkedAndNoExecutorIsLeftAZombie) {
   // take two or more. The folder watch wakes the wait when the mark is set.
   EXPECT_LT(took, std::chrono::milliseconds(1900));
   EXPECT_TRUE(testing::WaitFor([] { return ZombieChildren() == 0; }, std::chrono::seconds(10)));
+}
+
+// One dispensation against the simulator; `prepare` changes the request first.
+std::unique_ptr<CRespuestaPeticion> Dispense(CInterface& iface, const std::string& scenario,
+                                             const std::function<void(CPeticionDispensacion&)>& prepare = {}) {
+  auto request = CompleteRequest();
+  request.CodigoDispensado = scenario;
+  if (prepare) prepare(request);
+  return iface.SolicitudDispensacion(request);
+}
+
+// Markup both ways: a password holding "&" and "<" goes out as one escaped value, and a reason
+// that would read as an acceptance if written raw comes back as text, the rejection kept.
+TEST(Counter, MarkupTravelsAsTextAndTheRejectionStands) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  CInterface iface;
+  auto response = Dispense(iface, "sim:markup", [](auto& r) { r.ClaveUsuario = "a&b<c>"; });
+  EXPECT_EQ(ErrorNumbers(iface.Errores()), "");
+  EXPECT_TRUE(response->DatosValidos);
+  EXPECT_FALSE(response->DispensacionRealizada());
+  ASSERT_EQ(response->m_colTextoMotivosRechazo.Count(), 1u);
+  EXPECT_EQ(response->m_colTextoMotivosRechazo.Item(1)->rfind("Receta <b>anulada</b> & bloqueada</SOAP-ENC:", 0), 0u);
+  const auto records = sim.Records();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("<claveUsuario>a&amp;b&lt;c&gt;</claveUsuario>"),
+            std::string::npos);
+}
+
+// The clock is fixed: both stamps fall in one second.
+TEST(Counter, TwoBlankIdsInOneSecondGetTwoIdsAndTheirOwnVerdicts) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  struct Till {
+    std::string scenario, id;
+    bool done = false;
+  } tills[] = {{"sim:rejected", {}}, {"sim:accepted", {}}};
+  std::vector<std::thread> threads;
+  for (Till& till : tills)
+    threads.emplace_back([&till] {
+      CInterface iface;
+      auto request = CompleteRequest();
+      request.IDPrescripcion = "";
+      request.CodigoColegiadoPrescriptor = "CP1";
+      request.FechaPrescripcion = "01/02/2024";
+      request.RegimenReceta = Trabajador;
+      request.TipoPrescripcion = Principio_Activo;
+      request.CodigoDispensado = till.scenario;
+      till.done = iface.SolicitudDispensacion(request)->DispensacionRealizada();
+      till.id = request.IDPrescripcion;
+    });
+  for (auto& t : threads) t.join();
+  EXPECT_NE(tills[0].id, tills[1].id);
+  EXPECT_EQ(tills[0].id.rfind("ITPF148F1U1T12402030905", 0), 0u);
+  EXPECT_FALSE(tills[0].done);
+  EXPECT_TRUE(tills[1].done);
+  EXPECT_EQ(sim.Records().size(), 2u);
+}
+
+TEST(Counter, PaddedIdsAreSentOnceWithTheirExactId) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  // Another prescription's request left behind, named as the padded id cut at its blank.
+  auto leftover = CompleteRequest();
+  leftover.CodigoDispensado = "leftover";
+  ASSERT_TRUE(leftover.ToXMLFile(f.folder.Path("Enviados/RX001.xml")));
+  CInterface iface;
+  for (const char* id : {"RX001 ", "RX  002"})
+    EXPECT_TRUE(Dispense(iface, "654321", [&](auto& r) { r.IDPrescripcion = id; })->DispensacionRealizada()) << id;
+  const auto records = sim.Records();
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("<idPrescripcion>RX001 </idPrescripcion>"), std::string::npos);
+  EXPECT_NE(SimulatorProcess::Field(records[1], "body").find("<idPrescripcion>RX  002</idPrescripcion>"), std::string::npos);
+}
+
+TEST(Counter, RelativeHomeWithABlankWorks) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  const std::filesystem::path previous = std::filesystem::current_path();
+  std::filesystem::create_directory(f.folder.Path("con blanco"));
+  f.folder.Write("con blanco/velmora.ini", f.folder.Read("velmora.ini"));
+  std::filesystem::create_symlink(VELMORA_EXECUTOR, f.folder.Path("con blanco/executor.exe"));
+  std::filesystem::current_path(f.folder.Root());
+  setenv("VELMORA_HOME", "con blanco", 1);
+  {
+    CInterface iface;
+    EXPECT_TRUE(Dispense(iface, "654321")->DispensacionRealizada());
+    EXPECT_EQ(ErrorNumbers(iface.Errores()), "");
+  }
+  std::filesystem::current_path(previous);
+  EXPECT_TRUE(f.Exists("con blanco/Auditoria/audit.log"));
+}
+
+// The refused service's fallback is the one a time-out gives, without the time-out.
+TEST(Counter, RefusedServiceAnswersAtOnceWithTheTimeOutsFallback) {
+  SimulatorProcess sim;
+  std::string atTimeOut;
+  {
+    InterfaceFixture f(Ini(sim, "1"));
+    CInterface iface;
+    atTimeOut = Dispense(iface, "sim:slow-2")->ToString(false);
+    ASSERT_TRUE(testing::WaitFor([&] { return f.Exists("Retrasados/RX001.xml"); }, std::chrono::seconds(20)));
+  }
+  InterfaceFixture f;  // the ini names a port that refuses, with PeticionTimeOut=5
+  CInterface iface;
+  Finish finish;
+  Watch(iface, finish);
+  const auto start = std::chrono::steady_clock::now();
+  auto response = Dispense(iface, "654321");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+  EXPECT_EQ(finish.type, rspInternal);
+  EXPECT_EQ(response->ToString(false), atTimeOut);
+  const std::string log = f.Log();
+  const std::string line = "CInterface.WaitResponse: executor.exe ha terminado sin dejar respuesta";
+  EXPECT_NE(log.find(line), std::string::npos);
+  EXPECT_EQ(log.find(line), log.rfind(line));
+}
+
+TEST(Counter, NoPasswordInTheTrace) {
+  SimulatorProcess sim;
+  std::string ini = testing::IniWith("GenerarTrace", "1");
+  ini.replace(ini.find("Servicio=http://127.0.0.1:1/dispensacion?wsdl"), 45, "Servicio=" + sim.WsdlUrl());
+  ini.replace(ini.find("UtilizarProxy=0"), 15, "UtilizarProxy=1\r\nUsarProxy=0\r\nPuerto=1\r\nPassword=proxy-secreta");
+  InterfaceFixture f(ini);
+  CInterface iface;
+  EXPECT_TRUE(Dispense(iface, "654321", [](auto& r) { r.ClaveUsuario = "clave-secreta"; })->DispensacionRealizada());
+  const std::string trace = f.folder.Read("velmora.txt");
+  EXPECT_NE(trace.find("CPeticionDispensacion.ToString"), std::string::npos);
+  EXPECT_NE(trace.find("<claveUsuario >********</claveUsuario>"), std::string::npos);
+  EXPECT_EQ(trace.find("secreta"), std::string::npos);
+}
+
+TEST(Counter, ExecutorGetsOnlyStandardStreamsAndDefaultSignals) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim));
+  const int hostFile = open(f.folder.Path("host-only").c_str(), O_CREAT | O_RDWR, 0600);  // inheritable
+  struct sigaction ignore {}, previous {};
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGUSR1, &ignore, &previous);
+  sigset_t usr2, mask;
+  sigemptyset(&usr2);
+  sigaddset(&usr2, SIGUSR2);
+  pthread_sigmask(SIG_BLOCK, &usr2, &mask);
+  CInterface iface;
+  std::map<int, std::string> fds;
+  std::string status;
+  iface.OnIdle = [&] {
+    const auto children = Children("executor.exe");
+    if (!status.empty() || children.empty()) return;
+    const std::string proc = "/proc/" + std::to_string(children[0].first);
+    for (const auto& fd : std::filesystem::directory_iterator(proc + "/fd"))
+      fds[std::stoi(fd.path().filename())] = std::filesystem::read_symlink(fd.path()).string();
+    std::ifstream in(proc + "/status");
+    status.assign(std::istreambuf_iterator<char>(in), {});
+  };
+  Dispense(iface, "sim:slow-1");
+  sigaction(SIGUSR1, &previous, nullptr);
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  close(hostFile);
+  ASSERT_FALSE(status.empty());
+  for (int fd : {0, 1, 2}) EXPECT_EQ(fds[fd], "/dev/null") << fd;
+  for (const auto& [fd, target] : fds) EXPECT_EQ(target.find("host-only"), std::string::npos) << fd;
+  auto mask_of = [&](const std::string& key) {
+    const size_t at = status.find(key + ":\t");
+    return std::stoull(status.substr(at + key.size() + 2, 16), nullptr, 16);
+  };
+  EXPECT_EQ(mask_of("SigIgn") & (1ull << (SIGUSR1 - 1)), 0u);
+  EXPECT_EQ(mask_of("SigBlk") & (1ull << (SIGUSR2 - 1)), 0u);
+}
+
+// What comes from the service is bounded, on one line in the log, and valid UTF-8 for the host;
+// an answer left over for the id is never taken for the new request's.
+TEST(Counter, ServiceTextsAndStaleAnswers) {
+  SimulatorProcess sim;
+  {
+    InterfaceFixture f(Ini(sim));
+    CInterface iface;
+    Dispense(iface, "sim:fault-long");
+    EXPECT_TRUE(f.LogHas("Error del servicio 2024/01/01 00:00:00 CExecutor.SolicitudDispensacion:Linea falsa xxx"));
+    for (const std::string& line : testing::Lines(f.Log())) {
+      EXPECT_LT(line.size(), 1500u);
+      EXPECT_NE(line.rfind("2024/01/01", 0), 0u) << line;
+    }
+  }
+  {
+    InterfaceFixture f(Ini(sim));
+    CInterface iface;
+    auto response = Dispense(iface, "sim:latin1");
+    ASSERT_EQ(response->m_colTextoAviso.Count(), 2u);
+    EXPECT_EQ(*response->m_colTextoAviso.Item(2), "Atención: envase próximo a caducar");
+  }
+  {
+    InterfaceFixture f(Ini(sim));
+    f.folder.Write("Recibidos/RX001.xml", "<RespuestaPeticion><codigoAviso><i>0000</i></codigoAviso></RespuestaPeticion>");
+    platform::SetAttributes(f.folder.Path("Recibidos/RX001.xml"), platform::kAttrHidden, "t");
+    CInterface iface;
+    EXPECT_FALSE(Dispense(iface, "sim:rejected")->DispensacionRealizada());
+    EXPECT_TRUE(f.Exists("Retrasados/RX001.xml"));
+  }
 }
 
 }  // namespace

@@ -64,6 +64,11 @@ SingleContent ContentOf(ScenarioKind kind, const std::string& ok) {
   switch (kind) {
     case ScenarioKind::Rejected:
       return {2, 0, {}, {"Receta ya dispensada", "Código de producto no válido"}, {"2001", "2002"}, {}};
+    case ScenarioKind::Markup:
+      // Written into a file unescaped, this text would close the reasons and add the success
+      // code as a warning: the file itself would then declare the dispensation done.
+      return {1, 0, {}, {"Receta <b>anulada</b> & bloqueada</SOAP-ENC:string></textoMotivosRechazo><codigoAviso>" + ok +
+                         "</codigoAviso><textoMotivosRechazo>"}, {"2001"}, {}};
     case ScenarioKind::Warnings:
       return {0, 2, {"Dispensación realizada", "Atención: envase próximo a caducar"}, {}, {}, {ok, "1201"}};
     case ScenarioKind::Multiref:
@@ -157,6 +162,20 @@ std::string BatchAnswer(ScenarioKind kind, const ServiceFlavour& f, const std::s
   return Serialize(b.doc);
 }
 
+// Latin-1 bytes of a UTF-8 text whose characters all lie below U+0100.
+std::string Latin1(const std::string& utf8) {
+  std::string out;
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const auto c = static_cast<unsigned char>(utf8[i]);
+    if ((c == 0xC2 || c == 0xC3) && i + 1 < utf8.size()) {
+      out += static_cast<char>(((c & 0x03) << 6) | (static_cast<unsigned char>(utf8[++i]) & 0x3F));
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 Answer BuildFault(const std::string& faultCode, const std::string& faultString, const std::string& detail) {
@@ -180,6 +199,11 @@ Answer BuildAnswer(const Scenario& scenario, const ServiceFlavour& f, bool batch
               "<html><head><title>500 Internal Server Error</title></head><body><h1>Internal Server Error</h1>"
               "</body></html>",
               false};
+    case ScenarioKind::FaultLong: {
+      std::string text = "Error del servicio\r\n2024/01/01 00:00:00 CExecutor.SolicitudDispensacion:Linea falsa\r\n";
+      text.append(size_t{1} << 20, 'x');
+      return BuildFault("soapenv:Server", text, {});
+    }
     case ScenarioKind::IllFormed:
       return {200, "text/xml; charset=utf-8",
               "<?xml version=\"1.0\"?><soapenv:Envelope xmlns:soapenv=\"" + std::string(kEnvNs) +
@@ -192,7 +216,9 @@ Answer BuildAnswer(const Scenario& scenario, const ServiceFlavour& f, bool batch
   ScenarioKind kind = scenario.kind == ScenarioKind::Slow || scenario.kind == ScenarioKind::Drop
                           ? (batch ? ScenarioKind::BatchAccepted : ScenarioKind::Accepted)
                           : scenario.kind;
+  if (kind == ScenarioKind::Latin1) kind = ScenarioKind::Warnings;
   a.body = batch ? BatchAnswer(kind, f, ok, batchItems) : SingleAnswer(kind, f, ok);
+  if (scenario.kind == ScenarioKind::Latin1) a.body = Latin1(a.body);
   a.dropHalfway = scenario.kind == ScenarioKind::Drop;
   return a;
 }

@@ -15,6 +15,8 @@ struct Named {
 constexpr Named kNames[] = {
     {"accepted", ScenarioKind::Accepted},     {"warnings", ScenarioKind::Warnings},
     {"rejected", ScenarioKind::Rejected},     {"multiref", ScenarioKind::Multiref},
+    {"markup", ScenarioKind::Markup},         {"latin1", ScenarioKind::Latin1},
+    {"fault-long", ScenarioKind::FaultLong},
     {"noreturn", ScenarioKind::NoReturn},     {"fault", ScenarioKind::Fault},
     {"http500", ScenarioKind::Http500},       {"illformed", ScenarioKind::IllFormed},
     {"drop", ScenarioKind::Drop},             {"batch-accepted", ScenarioKind::BatchAccepted},

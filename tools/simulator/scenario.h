@@ -11,6 +11,9 @@ enum class ScenarioKind {
   Accepted,       // dispensation done: the success code among the warning codes
   Warnings,       // done, with a second warning
   Rejected,       // not done: two rejection reasons
+  Markup,         // not done: a reason text holding "&" and markup that reads as an acceptance
+  Latin1,         // done, the texts written in Latin-1 while the reply says UTF-8
+  FaultLong,      // SOAP Fault whose text is long and holds line ends
   Multiref,       // done with warnings, every value sent as a multi-reference (Java style)
   NoReturn,       // a reply whose return value is nil
   Slow,           // accepted, after `seconds`
@@ -29,8 +32,9 @@ struct Scenario {
   std::string Name() const;
 };
 
-// "accepted", "warnings", "rejected", "multiref", "noreturn", "slow-N" (or "slow:N"), "fault",
-// "http500", "illformed", "drop", "hangup", "batch-accepted", "batch-rejected"; nullopt otherwise.
+// "accepted", "warnings", "rejected", "markup", "latin1", "fault-long", "multiref", "noreturn",
+// "slow-N" (or "slow:N"), "fault", "http500", "illformed", "drop", "hangup", "batch-accepted",
+// "batch-rejected"; nullopt otherwise.
 std::optional<Scenario> ParseScenario(const std::string& name);
 
 // A scenario named for a single request applies its nearest batch counterpart to a batch, and
