@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "interface_fixture.h"
@@ -270,6 +271,24 @@ TEST(CApiRoad, FailuresShowInTheResponseAndErrores) {
     EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
     EXPECT_EQ(velmora_CInterface_release(iface), VELMORA_OK);
   }
+}
+
+// An interface used from a thread that did not make it is refused with its own status, and the
+// request (with its password) is never written.
+TEST(CApiRoad, AnotherThreadIsRefused) {
+  InterfaceFixture f;
+  velmora_CInterface* iface = nullptr;
+  ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
+  velmora_CPeticionDispensacion* request = Request("RX009", "600000");
+  velmora_CRespuestaPeticion* response = nullptr;
+  int status = VELMORA_OK;
+  std::thread([&] { status = velmora_CInterface_SolicitudDispensacion(iface, request, &response); }).join();
+  EXPECT_EQ(status, VELMORA_ERR_WRONG_THREAD);
+  EXPECT_EQ(response, nullptr);
+  EXPECT_EQ(ErrorNumbers(iface), "32005 ");
+  EXPECT_FALSE(f.Exists("Enviados/RX009.xml"));
+  EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
+  EXPECT_EQ(velmora_CInterface_release(iface), VELMORA_OK);
 }
 
 }  // namespace
