@@ -14,10 +14,6 @@ namespace velmora::interface {
 // before anything is logged or written for it.
 void RefuseUnusableIdentifier(const std::string& id, const char* method);
 
-// A generated "ITP" identifier that no other dispensation of this runtime folder holds: a stamp
-// already reserved (by this process or another sharing the folder) moves on a second at a time.
-std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request);
-
 // A response file already in "Recibidos" for `id` belongs to an earlier request: it goes to
 // "Retrasados" before the executor starts, so it cannot pass for this request's answer.
 void MoveStaleResponseAside(const std::string& id);

@@ -17,7 +17,7 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
   bool failed = false;
   auto& request = objPeticionDispensacion;
   if (platform::Trim(request.IDPrescripcion).empty())
-    request.IDPrescripcion = interface::ReserveGeneratedIdentifier(request);
+    request.IDPrescripcion = messages::ReserveGeneratedIdentifier(request);
   const std::string id = request.IDPrescripcion;
   const bool blank = platform::Trim(id).empty();
   core::TraceScope trace(kMethod, blank || messages::IsUsableIdentifier(id) ? id : std::string());

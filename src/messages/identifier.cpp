@@ -1,8 +1,16 @@
 #include "messages/identifier.h"
 
-#include <ctime>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+
+#include "core/context.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/text.h"
 
 namespace velmora::messages {
@@ -30,6 +38,20 @@ platform::LocalTime SecondsLater(const platform::LocalTime& t, int seconds) {
   return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 
+// Reservations only have to outlive the stamps that could repeat them: the same second, or the
+// hour the clock goes back in autumn.
+constexpr auto kReservationLife = std::chrono::hours(2);
+
+void SweepOldReservations(const std::string& folder) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  const auto oldest = fs::file_time_type::clock::now() - kReservationLife;
+  for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+    std::error_code ignored;
+    if (it->last_write_time(ignored) < oldest) fs::remove(it->path(), ignored);
+  }
+}
+
 }  // namespace
 
 std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int laterSeconds) {
@@ -47,6 +69,32 @@ std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int
   TwoDigits(id, now.minute);
   TwoDigits(id, now.second);
   return id;
+}
+
+std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
+  constexpr int kMaxTries = 3600;
+  try {
+    CFileAdmin files;
+    files.MakeSended();
+    const std::string folder = files.GetSendedPath() + ".reservas/";
+    platform::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
+    SweepOldReservations(folder);
+    for (int later = 0; later < kMaxTries; ++later) {
+      std::string id = MakePrescriptionIdentifier(request, later);
+      // Created exclusively: of two dispensations that reach one stamp, only one gets it.
+      const int fd = open((folder + id).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, platform::kFileMode);
+      if (fd >= 0) {
+        close(fd);
+        return id;
+      }
+      if (errno != EEXIST) break;
+    }
+  } catch (const std::exception& e) {
+    core::LogLine(std::string("CInterface.SolicitudDispensacion:") + e.what());
+  }
+  // The folder cannot take a reservation: the request file cannot be written there either, and
+  // that is where the dispensation reports its failure.
+  return MakePrescriptionIdentifier(request);
 }
 
 bool IsUsableIdentifier(std::string_view id) {

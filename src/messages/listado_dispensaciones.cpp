@@ -23,7 +23,7 @@ bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPetic
                   messages::Decimal(static_cast<long long>(number)) + " y " + given.IDPrescripcion);
 
     // The caller's object receives the identifier: the interface audits the batch under it.
-    if (Trim(given.IDPrescripcion).empty()) given.IDPrescripcion = messages::MakePrescriptionIdentifier(given);
+    if (Trim(given.IDPrescripcion).empty()) given.IDPrescripcion = messages::ReserveGeneratedIdentifier(given);
     const std::string id = given.IDPrescripcion;
 
     if (!given.IObject_RequiredFields()) Raise(32002, "CListadoDispensaciones.añadirDispensacion");

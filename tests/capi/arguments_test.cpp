@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "capi/boundary.h"
-#include "capi/utf8.h"
+#include "platform/text.h"
 #include "support/runtime_folder.h"
 #include "velmora/velmora.h"
 
@@ -169,7 +169,7 @@ TEST(CApiArguments, Utf8IsCheckedByteForByte) {
       {"\xF8\x88\x80\x80\x80", false},         // five-byte form
       {"\xC3\x28", false},                     // lead byte followed by ASCII
   };
-  for (const Case& c : cases) EXPECT_EQ(velmora::capi::IsValidUtf8(c.bytes), c.valid) << c.bytes;
+  for (const Case& c : cases) EXPECT_EQ(velmora::platform::IsValidUtf8(c.bytes), c.valid) << c.bytes;
 
   // And through the interface: a refused value leaves the property as it was.
   velmora_CPeticionDispensacion* request = nullptr;
@@ -192,7 +192,7 @@ TEST(CApiArguments, NothingThrownInsideCrossesTheBoundary) {
 
 TEST(CApiArguments, EveryStatusHasItsOwnText) {
   std::vector<std::string> seen;
-  for (int s = VELMORA_OK; s <= VELMORA_ERR_INTERNAL; ++s) {
+  for (int s = VELMORA_OK; s <= VELMORA_ERR_WRONG_THREAD; ++s) {
     const std::string text = velmora_status_text(s);
     EXPECT_NE(text, "unknown status") << s;
     for (const auto& other : seen) EXPECT_NE(text, other) << s;
