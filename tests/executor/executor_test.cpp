@@ -46,28 +46,6 @@ TEST(Executor, WithoutIniItIsDisabledAndEveryRequestFails) {
   });
 }
 
-TEST(Executor, StartUpGettersAndOptions) {
-  InFreshThread([] {
-    RuntimeFolder folder(IniFor("http://127.0.0.1:1/x?wsdl", "1"));
-    CExecutor executor;
-    EXPECT_TRUE(executor.Enabled());
-    EXPECT_EQ(executor.Opciones(), 1);
-    executor.IDPrescripcion("RX7");
-    EXPECT_EQ(executor.NombreServicio(), "http://127.0.0.1:1/x?wsdl");
-    EXPECT_FALSE(executor.Conectado());
-    EXPECT_FALSE(executor.DatosEnviados());
-    EXPECT_EQ(executor.NombreLog(), folder.Root() + "velmora.log");
-    std::string log = folder.Read("velmora.log");
-    // At start-up the id is still empty: the line begins with its blank.
-    EXPECT_TRUE(Has(log, "  Se cargó correctamente la configuración del archivo " + folder.Root() + "velmora.ini\r\n"));
-    for (const std::string& line : std::vector<std::string>{"RX7 Recuperado el valor 'http://127.0.0.1:1/x?wsdl' para la propiedad NombreServicio",
-                                   "RX7 Recuperado el valor 'False' para la propiedad Conectado",
-                                   "RX7 Recuperado el valor 'False' para la propiedad DatosEnviados",
-                                   "RX7 Recuperado el valor '" + folder.Root() + "velmora.log' para la propiedad NombreLog"})
-      EXPECT_TRUE(Has(log, line + "\r\n")) << line;
-  });
-}
-
 TEST(Executor, ConnectsOnceAndRaisesItsEvents) {
   SimulatorProcess sim;
   InFreshThread([&] {

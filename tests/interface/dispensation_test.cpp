@@ -62,24 +62,6 @@ TEST(Dispensation, NoAnswerAndNoDefaultGivesTheInternalResponse) {
   EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));  // EliminarXMLPeticion=1
 }
 
-TEST(Dispensation, DefaultFileAnswersWhenTheServiceDoesNot) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "1"));
-  f.folder.Write("defrespo.xml", kAnswer);
-  CInterface iface;
-  Outcome o;
-  Watch(iface, o);
-  auto request = CompleteRequest();
-  auto response = iface.SolicitudDispensacion(request);
-  EXPECT_TRUE(response->DatosValidos);
-  EXPECT_EQ(o.type, rspDefault);
-  EXPECT_TRUE(response->DispensacionRealizada());
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
-}
-
-// The executor's file arrives while the wait runs: a marked one is taken at the next check, an
-// unmarked one only by the last look, which comes once the executor (the service refuses it)
-// has ended without writing anything itself. A file already there at the start is never taken,
-// not even by a zero time-out's only look.
 TEST(Dispensation, AnswerArrivingDuringTheWaitIsTakenStaleOneIsNot) {
   for (auto [timeOut, hidden] : {std::pair{"30", true}, {"30", false}, {"0", true}}) {
     SCOPED_TRACE(std::string(timeOut) + (hidden ? " hidden" : " unmarked"));

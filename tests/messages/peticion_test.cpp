@@ -188,15 +188,6 @@ TEST_F(PeticionTest, ToXMLFileSavesTheParsedBodyPrivately) {
   struct stat st {};
   ASSERT_EQ(stat(path.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
-
-  // Nothing is read back: the request is write-only.
-  CPeticionDispensacion r;
-  r.onEndTransformFromXML = [&] { events.push_back("from"); };
-  EXPECT_FALSE(r.FromXMLFile(path));
-  EXPECT_EQ(r.Importe, "");
-  EXPECT_TRUE(r.IObject_FromXML(nodes));
-  EXPECT_EQ(r.Importe, "");
-  EXPECT_EQ(events.back(), "from");
 }
 
 // Markup in a value is escaped: the file holds the same 13 elements and reads back the text.

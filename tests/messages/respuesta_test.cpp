@@ -153,19 +153,6 @@ TEST_F(RespuestaTest, BadFilesGive32009WithoutACrash) {
   EXPECT_TRUE(LogHas("CRespuestaPeticion.FromXMLFile:(32009)No se puede cargar el archivo XML"));
 }
 
-TEST_F(RespuestaTest, ReadsANodeListBuiltFromAnotherDocument) {
-  auto doc = std::make_shared<pugi::xml_document>();
-  ASSERT_TRUE(doc->load_string(
-      "<e:Envelope xmlns:e='urn:e'><e:Body><r:out xmlns:r='urn:r'><return><NAvisos>1</NAvisos>"
-      "<codigoAviso><i>0000</i></codigoAviso></return></r:out></e:Body></e:Envelope>",
-      platform::xml::kParseOptions));
-  pugi::xml_node ret = doc->document_element().first_child().first_child().child("return");
-  CRespuestaPeticion r;
-  ASSERT_TRUE(r.IObject_FromXML(XmlNodeList::ElementChildren(doc, ret)));
-  EXPECT_EQ(r.m_intNAvisos, 1);
-  EXPECT_TRUE(r.DispensacionRealizada());
-}
-
 TEST_F(RespuestaTest, InternalResponseFromTheIni) {
   CRespuestaPeticion r;
   r.SetInternalResponse(true);

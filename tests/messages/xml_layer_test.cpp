@@ -40,6 +40,9 @@ TEST(XmlLayer, TextGathersDescendantsReferencesAreDecodedAndBlanksAroundAreFine)
 
   ASSERT_TRUE(doc.LoadXml("\xEF\xBB\xBF \r\n<?xml version='1.0'?>\n<r><a>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;</a></r>\r\n<!-- e -->\n"));
   EXPECT_EQ(doc.ChildNodes().Item(0).Text(), "<&>\"'AB");
+  // Latin-1 bytes in a document said to be UTF-8 are read as Windows-1252.
+  ASSERT_TRUE(doc.LoadXml("<?xml version='1.0' encoding='UTF-8'?><r><a>Dispensaci\xF3n \x80</a></r>"));
+  EXPECT_EQ(doc.ChildNodes().Item(0).Text(), "Dispensación €");
 }
 
 TEST(XmlLayer, IllFormedTextIsRejected) {
