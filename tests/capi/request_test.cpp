@@ -62,20 +62,6 @@ TEST(CApiRequest, EveryTextPropertyLandsInItsOwnMember) {
     EXPECT_EQ(velmora_CPeticionDispensacion_Text(request, id, &read), VELMORA_ERR_INVALID_VALUE) << id;
   }
 
-  int32_t number = 0;
-  int flag = 0;
-  ASSERT_EQ(velmora_CPeticionDispensacion_SetRegimenReceta(request, VELMORA_Pensionista), VELMORA_OK);
-  ASSERT_EQ(velmora_CPeticionDispensacion_SetTipoPrescripcion(request, VELMORA_Efectos_Y_Accesorios), VELMORA_OK);
-  ASSERT_EQ(velmora_CPeticionDispensacion_SetSaveSOAPMsgToFile(request, 7), VELMORA_OK);
-  EXPECT_EQ(request->impl.RegimenReceta, velmora::Pensionista);
-  EXPECT_EQ(request->impl.TipoPrescripcion, velmora::Efectos_Y_Accesorios);
-  EXPECT_TRUE(request->impl.SaveSOAPMsgToFile);
-  ASSERT_EQ(velmora_CPeticionDispensacion_SaveSOAPMsgToFile(request, &flag), VELMORA_OK);
-  EXPECT_EQ(flag, 1);
-  ASSERT_EQ(velmora_CPeticionDispensacion_RegimenReceta(request, &number), VELMORA_OK);
-  EXPECT_EQ(number, VELMORA_Pensionista);
-  ASSERT_EQ(velmora_CPeticionDispensacion_TipoPrescripcion(request, &number), VELMORA_OK);
-  EXPECT_EQ(number, VELMORA_Efectos_Y_Accesorios);
   EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
 }
 

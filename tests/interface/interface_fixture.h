@@ -14,13 +14,6 @@
 
 namespace velmora::testing {
 
-inline std::string IniWithout(const std::string& key) {
-  std::string ini = RuntimeFolder::DefaultIni();
-  const size_t at = ini.find("\r\n" + key + "=");
-  const size_t end = ini.find("\r\n", at + 2);
-  return ini.substr(0, at) + ini.substr(end);
-}
-
 inline std::string IniWith(const std::string& key, const std::string& value) {
   std::string ini = RuntimeFolder::DefaultIni();
   const size_t at = ini.find("\r\n" + key + "=");

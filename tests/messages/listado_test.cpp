@@ -34,18 +34,6 @@ class ListadoTest : public MessagesTest {
   }
 };
 
-TEST_F(ListadoTest, AddingARequestWithoutIdentifierGivesTheCallerOne) {
-  CListadoDispensaciones batch;
-  CPeticionDispensacion p = Request(" ");
-  ASSERT_TRUE(batch.aniadirDispensacion(p));
-  EXPECT_EQ(p.IDPrescripcion, "ITPF148F1UT240203090507");
-  ASSERT_EQ(batch.Dispensaciones().Count(), 1u);
-  const CPeticionDispensacion& copy = *batch.Dispensaciones().Item(1);
-  EXPECT_EQ(copy.IDPrescripcion, "ITPF148F1UT240203090507");
-  EXPECT_TRUE(LogHas("CListadoDispensaciones.aniadirDispensacion:INICIO1. intItems : 1 y "));
-  EXPECT_TRUE(LogHas("CListadoDispensaciones.aniadirDispensacion:FIN. añadido : ITPF148F1UT240203090507\r\n"));
-}
-
 TEST_F(ListadoTest, TheCopyCarriesTheReaderAsItsPrescriptionNumber) {
   CListadoDispensaciones batch;
   CPeticionDispensacion p = Request("RX1");

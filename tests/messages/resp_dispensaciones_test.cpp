@@ -27,20 +27,6 @@ const char* kRejected =
 
 class RespDispensacionesTest : public MessagesTest {};
 
-TEST_F(RespDispensacionesTest, CreateRespFillsAndReturnsTheSameRow) {
-  platform::xml::Document doc;
-  ASSERT_TRUE(doc.LoadXml("<i><CODRESP>5</CODRESP><tipResp>9</tipResp><x>y</x></i>"));
-  CRespError e;
-  e.Description = "kept";
-  CRespError& same = e.createResp(doc.ChildNodes());
-  EXPECT_EQ(&same, &e);
-  EXPECT_EQ(e.Codigo, "5");
-  EXPECT_EQ(e.TipoRespuesta, "9");
-  EXPECT_EQ(e.Description, "kept");
-  EXPECT_TRUE(LogHas("CRespError.createResp:inicio 3\r\n"));
-  EXPECT_TRUE(LogHas("CRespError.createResp:objetos CODRESP --> 5\r\n"));
-}
-
 TEST_F(RespDispensacionesTest, AcceptedBatchDoesNotReadTheRows) {
   folder_.Write("Recibidos/ok.xml",
                 "<RespuestaPeticion><resultresp>0</resultresp><Respuestas><i><CodResp>1</CodResp></i></Respuestas>"
