@@ -174,6 +174,8 @@ class VELMORA_API CAuditor {
   bool StoreInDelayed(const std::string& strIdPrescripcion);
 
  private:
+  std::string RecordFile(const std::string& id, const char* method) const;
+
   bool enable_ = false;
   bool diaryStore_ = false;
   std::string dailyPath_;

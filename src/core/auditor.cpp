@@ -1,8 +1,15 @@
 #include "velmora/core.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <vector>
+
 #include "core/context.h"
 #include "platform/clock.h"
-#include "platform/profile.h"
+#include "platform/error_map.h"
+#include "platform/profile_rules.h"
+#include "platform/profile_trail.h"
 
 namespace velmora {
 
@@ -24,7 +31,39 @@ std::string ReceivedText(int32_t value) {
   }
 }
 
+// A trail write or read that failed for any reason but a missing folder is logged; a missing
+// folder stays silent, as the old profile writer was.
+void Check(bool ok, const char* method) {
+  if (!ok && errno != ENOENT) platform::RaiseErrno(errno, method);
+}
+
+bool HoldsRecord(const std::string& file, const std::string& id, const char* method) {
+  std::optional<std::string> record;
+  Check(platform::ReadTrailSection(file, id, record), method);
+  return record.has_value();
+}
+
 }  // namespace
+
+// With daily files a record stays in the file its header went into, even when the marks come
+// from a process that started on another day (an executor after midnight, a clock put back):
+// otherwise one dispensation is split over two files and a late answer is never seen as late.
+std::string CAuditor::RecordFile(const std::string& id, const char* method) const {
+  const std::string own = OutputFileName();
+  if (!diaryStore_ || HoldsRecord(own, id, method)) return own;
+  std::vector<std::string> days;
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(CFileAdmin().GetAuditorPath(), ec)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() == 10 && name.compare(6, 4, ".log") == 0 &&
+        std::all_of(name.begin(), name.begin() + 6, [](char c) { return c >= '0' && c <= '9'; }))
+      days.push_back(entry.path().string());
+  }
+  std::sort(days.rbegin(), days.rend());
+  for (const auto& day : days)
+    if (day != own && HoldsRecord(day, id, method)) return day;
+  return own;
+}
 
 CAuditor::CAuditor() {
   const std::string folder = CFileAdmin().GetAuditorPath();
@@ -43,37 +82,29 @@ bool CAuditor::Save(const std::string& strIdPrescripcion, int32_t intAction, int
       result = true;
     } else {
       if (strIdPrescripcion.empty()) Raise(32006, kMethod);
-      const std::string file = OutputFileName();
-      // A failed write is silent, as the profile writer's was: the trail must never stop a
-      // dispensation.
+      // A failed write of the trail is logged but never stops a dispensation.
+      auto mark = [&](const char* key, const std::string& value) {
+        Check(platform::WriteTrailKeys(RecordFile(strIdPrescripcion, kMethod), strIdPrescripcion, {{key, value}}),
+              kMethod);
+      };
       switch (intAction) {
         case audHeader:
-          platform::WriteProfileStrings(
-              file, strIdPrescripcion,
-              {{"FECHA_ENVIO", platform::FormatDate(platform::Now(), diaryStore_ ? "hh:mm:ss" : "yy/mm/dd hh:mm:ss")},
-               {"PETICION_GENERADA", "No"},
-               {"MENSAJE_ENVIADO", "No"},
-               {"MENSAJE_RECIBIDO", "No"},
-               {"RESPUESTA_GENERADA", ""},
-               {"TEXTO_RESPUESTA", ""}});
+          Check(platform::WriteTrailKeys(
+                    OutputFileName(), strIdPrescripcion,
+                    {{"FECHA_ENVIO", platform::FormatDate(platform::Now(), diaryStore_ ? "hh:mm:ss" : "yy/mm/dd hh:mm:ss")},
+                     {"PETICION_GENERADA", "No"},
+                     {"MENSAJE_ENVIADO", "No"},
+                     {"MENSAJE_RECIBIDO", "No"},
+                     {"RESPUESTA_GENERADA", ""},
+                     {"TEXTO_RESPUESTA", ""}}),
+                kMethod);
           break;
-        case audMarkPetitionDone:
-          platform::WriteProfileString(file, strIdPrescripcion, "PETICION_GENERADA", YesNo(1));
-          break;
-        case audMarkMsgSended:
-          platform::WriteProfileString(file, strIdPrescripcion, "MENSAJE_ENVIADO", YesNo(1));
-          break;
-        case audMarkMsgReceived:
-          platform::WriteProfileString(file, strIdPrescripcion, "MENSAJE_RECIBIDO", YesNo(1));
-          break;
-        case audSetResponse:
-          platform::WriteProfileString(file, strIdPrescripcion, "RESPUESTA_GENERADA", ReceivedText(intResponse));
-          break;
-        case audSetTextResponse:
-          platform::WriteProfileString(file, strIdPrescripcion, "TEXTO_RESPUESTA", strTextResponse);
-          break;
-        default:
-          break;
+        case audMarkPetitionDone: mark("PETICION_GENERADA", YesNo(1)); break;
+        case audMarkMsgSended: mark("MENSAJE_ENVIADO", YesNo(1)); break;
+        case audMarkMsgReceived: mark("MENSAJE_RECIBIDO", YesNo(1)); break;
+        case audSetResponse: mark("RESPUESTA_GENERADA", ReceivedText(intResponse)); break;
+        case audSetTextResponse: mark("TEXTO_RESPUESTA", strTextResponse); break;
+        default: break;
       }
       result = true;
     }
@@ -95,7 +126,13 @@ bool CAuditor::StoreInDelayed(const std::string& strIdPrescripcion) {
     // till took this very file: the executor marks the file complete before it asks, and a till
     // quick to see the mark writes "srv" before reading the file, so calling that late would move
     // the answer away under the reader.
-    const std::string given = GetPrivateProfileStringEx(OutputFileName(), strIdPrescripcion, "RESPUESTA_GENERADA");
+    const std::string file = RecordFile(strIdPrescripcion, kMethod);
+    core::TraceScope read("modGlobal.GetPrivateProfileStringEx");
+    std::optional<std::string> record;
+    Check(platform::ReadTrailSection(file, strIdPrescripcion, record), kMethod);
+    const std::string given =
+        record ? platform::ini::Lookup(*record, strIdPrescripcion, "RESPUESTA_GENERADA").value_or("") : "";
+    read.Result(given);
     result = !given.empty() && given != "srv";
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);

@@ -1,9 +1,11 @@
 #include "velmora/core.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 
 #include "core/context.h"
+#include "platform/error_map.h"
 #include "platform/profile.h"
 #include "platform/vbconv.h"
 
@@ -80,11 +82,15 @@ bool CConfig::UpdateCounter(const char* method, const char* key) {
   try {
     // The whole read-add-write runs under the folder lock: two processes counting at once
     // must both be counted.
-    platform::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
-      const int32_t value = platform::ToInt32(current.value_or(std::string()), method);
-      if (value == std::numeric_limits<int32_t>::max()) Raise(6, method);
-      return std::optional<std::string>(std::to_string(value + 1));
-    });
+    const bool written =
+        platform::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
+          const int32_t value = platform::ToInt32(current.value_or(std::string()), method);
+          if (value == std::numeric_limits<int32_t>::max()) Raise(6, method);
+          return std::optional<std::string>(std::to_string(value + 1));
+        });
+    // A read-only ini, a lock that never came free, a FIFO in the ini's place: logged, counted
+    // as not done.
+    if (!written) platform::RaiseErrno(errno, method);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(method, e);

@@ -1,7 +1,16 @@
 #include "core/start_up.h"
 
+#include <sys/stat.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+
 #include "core/context.h"
+#include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/profile_trail.h"
+#include "platform/xml/xml.h"
 
 namespace velmora::core {
 
@@ -26,6 +35,52 @@ void ApplyLoadedConfiguration() {
   context.TraceLog.Flags = context.Config.GenerarTrace == 1 ? lfgToFile : 0;
   context.Auditor().Enable(context.Config.Auditar);
   context.Auditor().DiaryStore(context.Config.ArchivoDiario != 0);
+}
+
+namespace {
+
+// Every temporary file is written and renamed within one call; a minute is far beyond it.
+constexpr std::time_t kLongestWrite = 60;
+constexpr const char* kSweep = "CFileAdmin.SweepInterruptedWrites";
+
+void SweepFolder(const std::string& folder, bool answers) {
+  const std::string journalEnd = ".journal";
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+    const std::string name = entry.path().filename().string();
+    const std::string path = folder + name;
+    try {
+      if (name.size() > journalEnd.size() + 1 && name[0] == '.' &&
+          name.compare(name.size() - journalEnd.size(), journalEnd.size(), journalEnd) == 0) {
+        platform::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
+        continue;
+      }
+      struct stat st{};
+      if (!platform::IsTemporaryName(name) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
+          std::time(nullptr) - st.st_mtime < kLongestWrite)
+        continue;
+      platform::xml::Document answer;
+      if (answers && answer.Load(path)) {
+        const std::string target = CFileAdmin().GetDelayedPath() + platform::TargetOfTemporary(name);
+        platform::CopyFileTo(path, target, kSweep);
+        LogLine(std::string(kSweep) + ": respuesta recuperada de una escritura interrumpida --> " + target);
+      }
+      platform::DeleteFile(path, kSweep);
+    } catch (const std::exception& e) {
+      HandleError(kSweep, e);
+    }
+  }
+}
+
+}  // namespace
+
+void SweepInterruptedWrites() {
+  CFileAdmin files;
+  SweepFolder(files.GetDllPath(), false);
+  SweepFolder(files.GetSendedPath(), false);
+  SweepFolder(files.GetReceivedPath(), true);
+  SweepFolder(files.GetDelayedPath(), false);
+  SweepFolder(files.GetAuditorPath(), false);
 }
 
 }  // namespace velmora::core

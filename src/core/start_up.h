@@ -19,4 +19,9 @@ StartUpFiles PrepareSharedObjects();
 // trail's Enable and DiaryStore from Auditar and ArchivoDiario.
 void ApplyLoadedConfiguration();
 
+// What interrupted writes left behind, once older than the longest write can last: temporary
+// files are removed, except an answer found whole in Recibidos, which goes to Retrasados as a
+// late answer would; an interrupted change of an audit file is finished from its journal.
+void SweepInterruptedWrites();
+
 }  // namespace velmora::core

@@ -19,6 +19,7 @@ CInterface::CInterface() {
     if (!context.Config.LoadIni()) Raise(32001, kMethod);
 
     CFileAdmin().DeleteLogFileIfExcededSize();
+    core::SweepInterruptedWrites();
     // Names the executor's start-up on purpose: log readers filter on this text.
     context.TraceLog.WriteTrace(true, "CExecutor.Class_Initialize", {}, true);
     serviceName_ = context.Config.Servicio;

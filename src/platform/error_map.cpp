@@ -19,7 +19,8 @@ int32_t NumberForErrno(int err) {
     case EACCES:
     case EPERM:
     case EROFS:
-    case ETXTBSY: return 70;
+    case ETXTBSY:
+    case EWOULDBLOCK: return 70;  // a lock another process holds: Windows' sharing violation
     case ENOTDIR: return 76;
     default: return 75;
   }

@@ -2,11 +2,15 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <map>
 #include <string>
+#include <thread>
 
 #include "platform/error_map.h"
 
@@ -17,14 +21,14 @@ namespace {
 // Closes the descriptor and removes the temporary file unless the rename happened.
 class TempFile {
  public:
-  TempFile(const std::string& target, const std::string& source) {
+  TempFile(const std::string& target, const std::string& source, unsigned mode = kFileMode) {
     const auto slash = target.rfind('/');
     const std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
     path_ = dir + "." + name + ".XXXXXX";
     fd_ = mkstemp(path_.data());
     if (fd_ < 0) RaiseErrno(errno, source);
-    fchmod(fd_, kFileMode);
+    fchmod(fd_, mode);
   }
   ~TempFile() {
     if (fd_ >= 0) close(fd_);
@@ -43,6 +47,9 @@ class TempFile {
       }
       done += static_cast<size_t>(n);
     }
+  }
+  void Sync(const std::string& source) const {
+    if (fdatasync(fd_) != 0) RaiseErrno(errno, source);
   }
   void Commit(const std::string& target, const std::string& source) {
     if (close(fd_) != 0) {
@@ -76,14 +83,8 @@ namespace {
 
 // Reads a whole regular file; on failure returns the errno that says why.
 int ReadRegularFile(const std::string& path, std::string& data) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = OpenRegular(path, O_RDONLY);
   if (fd < 0) return errno;
-  struct stat st{};
-  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    const int err = S_ISDIR(st.st_mode) ? EISDIR : errno;
-    close(fd);
-    return err ? err : EINVAL;
-  }
   char buf[65536];
   for (;;) {
     const ssize_t n = read(fd, buf, sizeof buf);
@@ -126,6 +127,90 @@ void WriteFileAtomic(const std::string& path, std::string_view data, const std::
   temp.Commit(path, source);
 }
 
+void ReplaceFileDurably(const std::string& path, std::string_view data, unsigned mode, const std::string& source) {
+  TempFile temp(path, source, mode);
+  temp.Write(data, source);
+  temp.Sync(source);
+  temp.Commit(path, source);
+  SyncFolder(FolderOf(path));
+}
+
+int OpenRegular(const std::string& path, int flags, unsigned mode) {
+  const int fd = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
+  if (fd < 0) return -1;
+  struct stat st{};
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    const int err = S_ISDIR(st.st_mode) ? EISDIR : ENXIO;
+    close(fd);
+    errno = err;
+    return -1;
+  }
+  fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+  return fd;
+}
+
+bool IsTemporaryName(std::string_view name) {
+  if (name.size() < 9 || name[0] != '.' || name[name.size() - 7] != '.') return false;
+  for (size_t i = name.size() - 6; i < name.size(); ++i) {
+    const char c = name[i];
+    if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))) return false;
+  }
+  return true;
+}
+
+std::string TargetOfTemporary(std::string_view name) { return std::string(name.substr(1, name.size() - 8)); }
+
+std::string FolderOf(const std::string& file) {
+  const auto slash = file.rfind('/');
+  return slash == std::string::npos ? "./" : file.substr(0, slash + 1);
+}
+
+void SyncFolder(const std::string& folder) {
+  const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  fsync(fd);
+  close(fd);
+}
+
+namespace {
+// Folders whose lock ran out in this thread, until the lock is next taken.
+thread_local std::map<std::string, bool> stuckFolders;
+}  // namespace
+
+FolderLock::FolderLock(const std::string& file) {
+  const std::string dir = FolderOf(file);
+  const int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) {
+    error_ = errno;
+    return;
+  }
+  const auto wait = stuckFolders.count(dir) ? kLockWaitWhenStuck : kLockWait;
+  const auto end = std::chrono::steady_clock::now() + wait;
+  auto pause = std::chrono::microseconds(200);
+  for (;;) {
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+      fd_ = fd;
+      stuckFolders.erase(dir);
+      return;
+    }
+    if (errno != EWOULDBLOCK && errno != EINTR) break;
+    if (std::chrono::steady_clock::now() >= end) {
+      stuckFolders[dir] = true;
+      errno = EWOULDBLOCK;
+      break;
+    }
+    // Another process holds it: look again soon, less often the longer it lasts.
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::microseconds(5000));
+  }
+  error_ = errno;
+  close(fd);
+}
+
+FolderLock::~FolderLock() {
+  if (fd_ >= 0) close(fd_);  // closing releases the lock
+}
+
 void MakeDirectory(const std::string& path, const std::string& source) {
   if (mkdir(path.c_str(), kDirMode) != 0 && errno != EEXIST) RaiseErrno(errno, source);
 }
@@ -147,7 +232,8 @@ void AppendToFile(const std::string& path, const std::function<std::string()>& h
   if (fd >= 0) {
     if (header) bytes = header();
   } else if (errno == EEXIST) {
-    fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    // Whatever stands there must be a plain file: a FIFO would hold the writer until a reader came.
+    fd = OpenRegular(path, O_WRONLY | O_APPEND);
   }
   if (fd < 0) RaiseErrno(errno, source);
   bytes.append(data);

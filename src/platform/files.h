@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -23,6 +24,48 @@ int64_t FileLength(const std::string& path);    // -1 when missing
 // Writes `data` to a temporary name in the same folder and renames it over `path`, so a reader
 // sees the old file or the new one, never a part. Throws velmora::Error (platform number).
 void WriteFileAtomic(const std::string& path, std::string_view data, const std::string& source);
+// The same for a file that matters after a power cut (the ini): the new file gets `mode`, and
+// file and folder are synced around the rename, so the file system cannot give back an empty
+// file in its place.
+void ReplaceFileDurably(const std::string& path, std::string_view data, unsigned mode, const std::string& source);
+
+// Opens an existing regular file (following symlinks) without ever blocking: a FIFO or a device
+// in its place is refused with ENXIO-like errors instead of waiting for a peer. -1 and errno set
+// on failure. `flags` are added to O_CLOEXEC|O_NONBLOCK (O_NONBLOCK is cleared again).
+int OpenRegular(const std::string& path, int flags, unsigned mode = kFileMode);
+
+// Temporary names are "." + the target's name + "." + six letters or digits, beside the target.
+bool IsTemporaryName(std::string_view name);
+std::string TargetOfTemporary(std::string_view name);  // the target's name
+
+// How long a lock of the file layer waits for another process before the operation fails
+// (EWOULDBLOCK, VB's 70): a stuck process must never hold a till. After one such failure the
+// same lock gets a much shorter wait until it is next taken, so a dispensation that writes
+// several times pays the full wait once.
+inline constexpr std::chrono::milliseconds kLockWait{700};
+inline constexpr std::chrono::milliseconds kLockWaitWhenStuck{50};
+
+// An exclusive advisory lock of the folder that holds `file` (flock of the folder itself,
+// which every process of every version of the library takes). Held() is false when the
+// folder cannot be opened or the wait ran out; Error() says why (errno).
+class FolderLock {
+ public:
+  explicit FolderLock(const std::string& file);
+  ~FolderLock();
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  bool Held() const { return fd_ >= 0; }
+  int Error() const { return error_; }
+
+ private:
+  int fd_ = -1;
+  int error_ = 0;
+};
+
+// The folder of `file` with its slash ("./" when it has none).
+std::string FolderOf(const std::string& file);
+// fsync of a folder, so a rename or a new name in it survives a power cut.
+void SyncFolder(const std::string& folder);
 
 // Creates one folder with 0700; an existing one is fine. Throws velmora::Error.
 void MakeDirectory(const std::string& path, const std::string& source);
