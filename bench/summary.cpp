@@ -109,6 +109,14 @@ void PrintSummary(std::ostream& out) {
       "libzint Code 128, same texts: " + Num(zint) + " us", Num(Ratio(barras, zint)) + "x", "<= 1x",
       AtMost(Ratio(barras, zint), 1.0));
 
+  const double empty = AuditWriteMs(0), full = AuditWriteMs(1000000);
+  const double auditRatio = Ratio(full, empty);
+  Row(out, "one audit write of a dispensation (5 writes + 1 read, median), earlier records 0 / 10k / 100k / 1M",
+      Num(empty, 3) + " / " + Num(AuditWriteMs(10000), 3) + " / " + Num(AuditWriteMs(100000), 3) + " / " +
+          Num(full, 3) + " ms",
+      "empty trail: " + Num(empty, 3) + " ms", Num(auditRatio) + "x (1M / 0)", "<= 1.5x and <= 5 ms",
+      full < 0 ? "not run" : auditRatio <= 1.5 && full <= 5 ? "met" : "missed");
+
   out << "\nWhere the receipt's time goes (same run): PDF417 symbols of the 1,000 data texts "
       << Num(Get("receipt_pdf417_ms")) << " ms; Code 128 patterns (1,250 Barras calls) "
       << Num(Get("receipt_barras_ms")) << " ms; file " << Num(Get("receipt_bytes") / 1024.0, 0) << " KiB.\n";

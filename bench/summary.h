@@ -3,6 +3,7 @@
 // The figures of one run, collected as the benchmarks finish, and the table that sets each
 // beside its anchor and its target.
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ double Get(const std::string& key);
 
 // The median of `samples` (which it sorts).
 double Median(std::vector<double>& samples);
+
+// One audit write (or read) of a dispensation, median, with `records` earlier records.
+double AuditWriteMs(int64_t records);
 
 // Writes the table of figures, anchors, ratios and targets, as Markdown.
 void PrintSummary(std::ostream& out);

@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -173,8 +176,78 @@ void SyncFolder(const std::string& folder) {
 }
 
 namespace {
-// Folders whose lock ran out in this thread, until the lock is next taken.
-thread_local std::map<std::string, bool> stuckFolders;
+
+// A blocking flock run by a thread of its own, so the caller can stop waiting for it: flock has
+// no time-out, and polling with LOCK_NB starves against a process that takes the lock again at
+// once. A waiter given up on keeps waiting and lets the lock go as soon as it gets it.
+struct Waiter {
+  std::mutex mutex;
+  std::condition_variable done;
+  bool finished = false;
+  bool abandoned = false;
+  int error = 0;
+  int fd = -1;
+};
+
+// The waiter given up on last, per folder: while it still waits, the folder counts as stuck.
+std::mutex waitersMutex;
+std::map<std::string, std::shared_ptr<Waiter>> abandonedWaiters;
+
+bool Stuck(const std::string& dir) {
+  std::lock_guard<std::mutex> guard(waitersMutex);
+  auto it = abandonedWaiters.find(dir);
+  if (it == abandonedWaiters.end()) return false;
+  std::lock_guard<std::mutex> waiter(it->second->mutex);
+  if (!it->second->finished) return true;
+  abandonedWaiters.erase(it);
+  return false;
+}
+
+// Fails with `err` after letting the descriptor go.
+bool Fail(int fd, int err) {
+  close(fd);
+  errno = err;
+  return false;
+}
+
+// True when `fd` got the lock within `wait`; otherwise the descriptor is gone and errno says why.
+bool LockWithin(int fd, const std::string& dir, std::chrono::milliseconds wait) {
+  if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+  if (errno != EWOULDBLOCK) return Fail(fd, errno);
+  if (Stuck(dir)) {
+    // Someone holds it for long already: a short look, without another waiting thread.
+    const auto end = std::chrono::steady_clock::now() + kLockWaitWhenStuck;
+    while (std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+    }
+    return Fail(fd, EWOULDBLOCK);
+  }
+  auto waiter = std::make_shared<Waiter>();
+  waiter->fd = fd;
+  std::thread([waiter] {
+    int result;
+    while ((result = flock(waiter->fd, LOCK_EX)) != 0 && errno == EINTR) {
+    }
+    std::lock_guard<std::mutex> guard(waiter->mutex);
+    waiter->finished = true;
+    waiter->error = result == 0 ? 0 : errno;
+    if (waiter->abandoned)
+      close(waiter->fd);
+    else
+      waiter->done.notify_all();
+  }).detach();
+  std::unique_lock<std::mutex> lock(waiter->mutex);
+  if (waiter->done.wait_for(lock, wait, [&] { return waiter->finished; }))
+    return waiter->error == 0 || Fail(fd, waiter->error);
+  waiter->abandoned = true;  // the thread now owns the descriptor
+  lock.unlock();
+  std::lock_guard<std::mutex> guard(waitersMutex);
+  abandonedWaiters[dir] = waiter;
+  errno = EWOULDBLOCK;
+  return false;
+}
+
 }  // namespace
 
 FolderLock::FolderLock(const std::string& file) {
@@ -184,27 +257,10 @@ FolderLock::FolderLock(const std::string& file) {
     error_ = errno;
     return;
   }
-  const auto wait = stuckFolders.count(dir) ? kLockWaitWhenStuck : kLockWait;
-  const auto end = std::chrono::steady_clock::now() + wait;
-  auto pause = std::chrono::microseconds(200);
-  for (;;) {
-    if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
-      fd_ = fd;
-      stuckFolders.erase(dir);
-      return;
-    }
-    if (errno != EWOULDBLOCK && errno != EINTR) break;
-    if (std::chrono::steady_clock::now() >= end) {
-      stuckFolders[dir] = true;
-      errno = EWOULDBLOCK;
-      break;
-    }
-    // Another process holds it: look again soon, less often the longer it lasts.
-    std::this_thread::sleep_for(pause);
-    pause = std::min(pause * 2, std::chrono::microseconds(5000));
-  }
-  error_ = errno;
-  close(fd);
+  if (LockWithin(fd, dir, kLockWait))
+    fd_ = fd;
+  else
+    error_ = errno;
 }
 
 FolderLock::~FolderLock() {

@@ -39,8 +39,8 @@ bool IsTemporaryName(std::string_view name);
 std::string TargetOfTemporary(std::string_view name);  // the target's name
 
 // How long a lock of the file layer waits for another process before the operation fails
-// (EWOULDBLOCK, VB's 70): a stuck process must never hold a till. After one such failure the
-// same lock gets a much shorter wait until it is next taken, so a dispensation that writes
+// (EWOULDBLOCK, VB's 70): a stuck process must never hold a till. While the wait given up on is
+// still unanswered the same folder gets a much shorter one, so a dispensation that writes
 // several times pays the full wait once.
 inline constexpr std::chrono::milliseconds kLockWait{700};
 inline constexpr std::chrono::milliseconds kLockWaitWhenStuck{50};

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -59,7 +61,7 @@ TEST(Auditor, DisabledWritesNothing) {
   EXPECT_TRUE(auditor.Save("", audHeader));  // disabled: not even the identifier is checked
 }
 
-TEST(Auditor, DailyFileKeepsTheDayItWasCreatedOn) {
+TEST(Auditor, DailyRecordStaysInTheFileOfItsHeaderAcrossMidnight) {
   CoreFixture f;
   CAuditor auditor;
   auditor.Enable(true);
@@ -68,6 +70,15 @@ TEST(Auditor, DailyFileKeepsTheDayItWasCreatedOn) {
   EXPECT_TRUE(auditor.Save("ID1", audHeader));
   EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/240203.log");
   EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/240203.log"), "ID1", "FECHA_ENVIO"), "00:00:05");
+  // The executor of that dispensation starts on the new day, and still finds the record.
+  CAuditor executor;
+  executor.Enable(true);
+  executor.DiaryStore(true);
+  EXPECT_TRUE(executor.Save("id1", audMarkMsgSended));
+  EXPECT_TRUE(auditor.Save("ID1", audSetResponse, rcvInternal));
+  EXPECT_TRUE(executor.StoreInDelayed("ID1"));
+  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/240203.log"), "ID1", "MENSAJE_ENVIADO"), "Si");
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Auditoria/240204.log")));
 }
 
 TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
@@ -84,13 +95,18 @@ TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
   EXPECT_EQ(errors.Item(2)->Source, "CAuditor.Save");
 }
 
-TEST(Auditor, MissingFolderFailsSilently) {
+TEST(Auditor, MissingFolderFailsSilentlyAFifoIsLogged) {
   CoreFixture f;
   std::filesystem::remove(f.folder.Path("Auditoria"));
   CAuditor auditor;
   auditor.Enable(true);
   EXPECT_TRUE(auditor.Save("ID1", audHeader));
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Auditoria")));
+  std::filesystem::create_directory(f.folder.Path("Auditoria"));
+  ASSERT_EQ(mkfifo(f.folder.Path("Auditoria/audit.log").c_str(), 0600), 0);
+  EXPECT_FALSE(auditor.Save("ID1", audHeader));
+  EXPECT_FALSE(auditor.StoreInDelayed("ID1"));
+  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CAuditor.Save:(75)Error de acceso a la ruta o el archivo")) << f.Log();
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -151,6 +153,12 @@ TEST(Config, CountersAdvanceAndAMissingKeyIsLogged) {
   EXPECT_EQ(g.folder.Read("velmora.ini"), "[MensajeSOAP]\r\nRecibidos=2147483647\r\n");
   EXPECT_FALSE(core::ThreadContext().Config.UpdateAndSaveReceived());
   EXPECT_TRUE(g.LogHas("2024/02/03 09:05:07 CConfig.UpdateAndSaveReceived:(6)Desbordamiento"));
+  // A read-only ini is refused as Windows refused it, not replaced by a writable copy.
+  chmod(g.folder.Path("velmora.ini").c_str(), 0400);
+  g.folder.Write("velmora.ini", "[MensajeSOAP]\r\nEnviados=1\r\n");
+  EXPECT_FALSE(core::ThreadContext().Config.UpdateAndSaveSended());
+  EXPECT_TRUE(g.LogHas("2024/02/03 09:05:07 CConfig.UpdateAndSaveSended:(70)Permiso denegado"));
+  EXPECT_EQ(g.folder.Read("velmora.ini"), "[MensajeSOAP]\r\nEnviados=1\r\n");
 }
 
 TEST(Config, InternalResponseNeedsAFieldName) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "core/start_up.h"
 #include "core_test_support.h"
 #include "platform/attributes.h"
 
@@ -86,6 +87,24 @@ TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Recibidos/ID3.xml")));
   EXPECT_FALSE(files.MoveToDelayed(f.folder.Path("Recibidos/"), "NADA.xml"));
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.MoveToDelayed:(53)No se encontró el archivo"));
+}
+
+TEST(FileAdmin, StartUpSweepKeepsAWholeAnswerAsALateOne) {
+  CoreFixture f;
+  const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
+  const char* swept[] = {"Recibidos/.ID1.xml.aB3dE5", "Recibidos/.ID2.xml.aB3dE6", "Enviados/.ID3.xml.Zz9Yy8",
+                         ".velmora.ini.Qq1Ww2"};
+  for (const char* path : swept) {
+    f.folder.Write(path, std::string(path).find("ID2") == std::string::npos ? answer : answer.substr(0, 30));
+    std::filesystem::last_write_time(f.folder.Path(path),
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
+  }
+  f.folder.Write("Recibidos/.ID4.xml.aB3dE7", answer);  // a write that may still be going on
+  core::SweepInterruptedWrites();
+  EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
+  for (const char* path : swept) EXPECT_FALSE(std::filesystem::exists(f.folder.Path(path))) << path;
+  EXPECT_TRUE(std::filesystem::exists(f.folder.Path("Recibidos/.ID4.xml.aB3dE7")));
 }
 
 TEST(FileAdmin, LogIsTrimmedAtItsLimitInBytes) {

@@ -19,7 +19,8 @@ int main(int argc, char** argv) {
       if (!context.Config.UpdateAndSaveSended()) return 1;
     return 0;
   }
-  if (mode == "audit" && argc >= 4) {
+  // "both" also counts after each record: the mix a killed executor leaves behind.
+  if ((mode == "audit" || mode == "both") && argc >= 4) {
     auto& auditor = context.Auditor();
     auditor.Enable(true);
     for (long i = 0; i < count; ++i) {
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
       if (!auditor.Save(id, velmora::audHeader) || !auditor.Save(id, velmora::audMarkPetitionDone) ||
           !auditor.Save(id, velmora::audSetResponse, velmora::rcvService))
         return 1;
+      if (mode == "both" && !context.Config.UpdateAndSaveSended()) return 1;
     }
     return 0;
   }

@@ -2,9 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <filesystem>
 
+#include "platform/files.h"
+#include "platform/profile_trail.h"
 #include "support/runtime_folder.h"
+#include "velmora/error.h"
 
 namespace velmora::platform {
 namespace {
@@ -44,6 +54,9 @@ TEST(ProfileRead, FollowsWindowsMatchingRules) {
       {"[s]\nk=v\n", "s", "k", "v"},
       {"[s]\r\nname3\r\n", "s", "name3", "D"},
       {"\xEF\xBB\xBF[s]\r\nk=v\r\n", "s", "k", "v"},
+      {"[Dispensación]\r\nAÑO=v\r\n", "DISPENSACIÓN", "año", "v"},
+      {"[Dispensaci\xF3n]\r\nk=v\r\n", "DISPENSACIÓN", "K", "v"},
+      {"[Ÿ]\r\nk=v\r\n", "ÿ", "k", "v"},
   };
   RuntimeFolder folder("");
   for (const auto& c : cases) {
@@ -95,6 +108,11 @@ TEST(ProfileWrite, PlacesAndReplacesLikeWindows) {
       {"[App3]\r\nkey5=s\r\n", "App3", "key5", nullptr, "[App3]\r\n"},
       {"[App3]\r\nkey5=s\r\n", "App3", "other", nullptr, "[App3]\r\nkey5=s\r\n"},
       {"junk\x01\r\n[s]\nk=1\n", "s", "k", "2", "junk\x01\r\n[s]\nk=2\r\n"},
+      {"\xEF\xBB\xBF[s]\r\nk=1\r\n", "s", "n", "2", "\xEF\xBB\xBF[s]\r\nk=1\r\nn=2\r\n"},
+      {"[Año]\r\nk=1\r\n[b]\r\n", "AÑO", "K", "22", "[Año]\r\nk=22\r\n[b]\r\n"},
+      {"[s]\r\nk=1\r\n[S]\r\nk=2\r\n[t]\r\n", "s", "k", "3", "[s]\r\nk=3\r\n[S]\r\nk=2\r\n[t]\r\n"},
+      {"[a]\rk=1\r[b]\rk=2", "b", "k", "33", "[a]\rk=1\r[b]\rk=33\r\n"},
+      {"[a]\r\nk=1", "b", "k", "", "[a]\r\nk=1\r\n[b]\r\nk=\r\n"},
   };
   RuntimeFolder folder("");
   for (const auto& c : cases) {
@@ -102,7 +120,66 @@ TEST(ProfileWrite, PlacesAndReplacesLikeWindows) {
     const std::optional<std::string> value = c.value ? std::optional<std::string>(c.value) : std::nullopt;
     EXPECT_TRUE(WriteProfileString(folder.Path("t.ini"), c.section, c.key, value));
     EXPECT_EQ(folder.Read("t.ini"), c.after) << "before: " << c.before;
+    if (!c.value) continue;
+    // The audit trail's in-place writer gives the same bytes, its index made before or stale.
+    for (const std::string more : {"", "\r\n[x]\r\nk=1\r\n[y]\r\nk=1"}) {
+      folder.Write("t.log", c.before);
+      ASSERT_TRUE(WriteTrailKeys(folder.Path("t.log"), "zz", {{"k", "1"}}));
+      folder.Write("t.log", c.before + more);
+      folder.Write("t.ini", c.before + more);
+      ASSERT_TRUE(WriteTrailKeys(folder.Path("t.log"), c.section, {{c.key, c.value}}));
+      ASSERT_TRUE(WriteProfileString(folder.Path("t.ini"), c.section, c.key, c.value));
+      EXPECT_EQ(folder.Read("t.log"), folder.Read("t.ini")) << "before: " << c.before << more;
+    }
   }
+}
+
+TEST(ProfileWrite, SymlinkIsWrittenThroughReadOnlyAndNonRegularFilesRefused) {
+  RuntimeFolder folder("");
+  folder.Write("shared.ini", "[s]\r\nk=1\r\n");
+  ASSERT_EQ(symlink(folder.Path("shared.ini").c_str(), folder.Path("t.ini").c_str()), 0);
+  ASSERT_TRUE(WriteProfileString(folder.Path("t.ini"), "s", "k", "2"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("t.ini")));
+  EXPECT_EQ(folder.Read("shared.ini"), "[s]\r\nk=2\r\n");
+  chmod(folder.Path("shared.ini").c_str(), 0444);
+  EXPECT_FALSE(WriteProfileString(folder.Path("t.ini"), "s", "k", "3"));
+  EXPECT_EQ(errno, EACCES);
+  EXPECT_EQ(folder.Read("shared.ini"), "[s]\r\nk=2\r\n");
+  // A FIFO never holds a reader or a writer waiting for its other end.
+  ASSERT_EQ(mkfifo(folder.Path("f.ini").c_str(), 0600), 0);
+  EXPECT_EQ(ReadProfileString(folder.Path("f.ini"), "s", "k", "D"), "D");
+  EXPECT_FALSE(WriteProfileString(folder.Path("f.ini"), "s", "k", "1"));
+  EXPECT_FALSE(WriteTrailKeys(folder.Path("f.ini"), "s", {{"k", "1"}}));
+  EXPECT_THROW(AppendToFile(folder.Path("f.ini"), {}, "x", "t"), Error);
+}
+
+// A lock another process holds costs a bounded wait, and only once while it lasts.
+TEST(ProfileWrite, FolderLockHeldElsewhereFailsWithinItsDeadline) {
+  RuntimeFolder folder("");
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t holder = fork();
+  if (holder == 0) {
+    const int fd = open(folder.Root().c_str(), O_RDONLY | O_DIRECTORY);
+    flock(fd, LOCK_EX);
+    (void)!write(ready[1], "x", 1);
+    pause();
+    _exit(0);
+  }
+  char c;
+  ASSERT_EQ(read(ready[0], &c, 1), 1);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(WriteProfileString(folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "9"));
+  EXPECT_EQ(errno, EWOULDBLOCK);
+  const auto first = std::chrono::steady_clock::now() - start;
+  std::optional<std::string> record;
+  EXPECT_FALSE(ReadTrailSection(folder.Path("a.log"), "s", record));
+  EXPECT_FALSE(WriteTrailKeys(folder.Path("a.log"), "s", {{"k", "1"}}));
+  EXPECT_LT(first, kLockWait * 2);
+  EXPECT_LT(std::chrono::steady_clock::now() - start - first, kLockWait);
+  kill(holder, SIGKILL);
+  waitpid(holder, nullptr, 0);
+  EXPECT_TRUE(WriteTrailKeys(folder.Path("a.log"), "s", {{"k", "1"}}));
 }
 
 TEST(ProfileWrite, KeepsWindows1252BytesOfUntouchedLines) {
