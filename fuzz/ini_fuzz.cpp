@@ -1,5 +1,6 @@
-// The profile reader and writer over arbitrary ini bytes: any file brought from anywhere must
-// read without a crash, and a written key must read back.
+// The profile reader and writers over arbitrary ini bytes: any file brought from anywhere must
+// read without a crash, a written key must read back, and the audit trail's in-place writer must
+// leave the same bytes as the whole-file writer.
 #include <unistd.h>
 
 #include <cstdint>
@@ -8,15 +9,17 @@
 
 #include "platform/files.h"
 #include "platform/profile.h"
+#include "platform/profile_trail.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::string dir = [] {
     char pattern[] = "/tmp/velmora-ini-fuzz-XXXXXX";
     return std::string(mkdtemp(pattern)) + "/";
   }();
-  const std::string file = dir + "f.ini";
+  const std::string file = dir + "f.ini", trail = dir + "f.log";
   const std::string text(reinterpret_cast<const char*>(data), size);
   velmora::platform::WriteFileAtomic(file, text, "fuzz");
+  velmora::platform::WriteFileAtomic(trail, text, "fuzz");
   const size_t cut = text.find('\n');
   const std::string section = text.substr(0, cut == std::string::npos ? 0 : std::min<size_t>(cut, 16));
   velmora::platform::ReadProfileString(file, section, "Enviados");
@@ -25,6 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string key = "K" + std::to_string(size);
   if (velmora::platform::WriteProfileString(file, "MensajeSOAP", key, "v")) {
     if (velmora::platform::ReadProfileString(file, "MensajeSOAP", key) != "v") std::abort();
+    if (!velmora::platform::WriteTrailKeys(trail, "MensajeSOAP", {{key, "v"}}) ||
+        velmora::platform::ReadWholeFile(trail) != velmora::platform::ReadWholeFile(file))
+      std::abort();
   }
   return 0;
 }

@@ -95,16 +95,6 @@ bool WriteProfileString(const std::string& file, const std::string& section, con
   });
 }
 
-bool WriteProfileStrings(const std::string& file, const std::string& section,
-                         const std::vector<std::pair<std::string, std::string>>& keys) {
-  const std::string sec = Trim(section);
-  return Rewrite(file, [&](const std::string& data) -> std::optional<std::string> {
-    std::string out = data;
-    for (const auto& [key, value] : keys) out = ini::Apply(out, sec, Trim(key), value);
-    return out;
-  });
-}
-
 bool UpdateProfileString(const std::string& file, const std::string& section, const std::string& key,
                          const Update& update) {
   const std::string sec = Trim(section), k = Trim(key);

@@ -3,8 +3,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace velmora::platform {
 
@@ -19,16 +17,13 @@ namespace velmora::platform {
 std::string ReadProfileString(const std::string& file, const std::string& section, const std::string& key,
                               const std::string& defaultValue = {}, size_t bufferSize = 255);
 
-// Writes one key (nullopt deletes it). The new file replaces the old one atomically under an
-// advisory lock of the folder, so two processes never lose each other's keys. False when the
-// folder does not exist or the file cannot be written.
+// Writes one key (nullopt deletes it). The new file replaces the old one atomically and durably
+// under an advisory lock of the folder, so two processes never lose each other's keys; a
+// symlinked file is written at its target and keeps its mode. False, errno saying why, when the
+// folder does not exist, the lock never came free, the file is read-only (EACCES, as Windows
+// refused it) or not a regular file.
 bool WriteProfileString(const std::string& file, const std::string& section, const std::string& key,
                         const std::optional<std::string>& value);
-
-// Writes several keys of one section in one locked rewrite, so a reader sees all of them or
-// none (an audit record is never seen half made).
-bool WriteProfileStrings(const std::string& file, const std::string& section,
-                         const std::vector<std::pair<std::string, std::string>>& keys);
 
 // Locked read-modify-write of one key: `update` gets the current value (nullopt when absent)
 // and returns the new one (nullopt: leave the file alone). Exceptions from `update` propagate

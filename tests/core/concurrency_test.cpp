@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "core/start_up.h"
@@ -32,17 +32,10 @@ pid_t StartWorker(const std::vector<std::string>& args) {
 }
 
 // Waits for the worker with a bound; a hung worker is killed and reported.
-int Finish(pid_t pid, std::chrono::seconds limit = std::chrono::seconds(120)) {
-  const auto end = std::chrono::steady_clock::now() + limit;
+int Finish(pid_t pid) {
   int status = 0;
-  while (waitpid(pid, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > end) {
-      kill(pid, SIGKILL);
-      waitpid(pid, &status, 0);
-      return -1;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+  if (!testing::WaitFor([&] { return waitpid(pid, &status, WNOHANG) != 0; }, std::chrono::seconds(120)))
+    kill(pid, SIGKILL), waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
@@ -51,12 +44,8 @@ TEST(Concurrency, TwoProcessesCountingLoseNothing) {
   const pid_t a = StartWorker({"counter", "500"});
   const pid_t b = StartWorker({"counter", "500"});
   // Meanwhile every read sees a whole file with the counter in it.
-  int reads = 0;
-  while (reads < 200) {
-    const std::string value = platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "MISSING");
-    ASSERT_NE(value, "MISSING");
-    ++reads;
-  }
+  for (int reads = 0; reads < 200; ++reads)
+    ASSERT_NE(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "-"), "-");
   EXPECT_EQ(Finish(a), 0);
   EXPECT_EQ(Finish(b), 0);
   EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1000");
@@ -65,25 +54,22 @@ TEST(Concurrency, TwoProcessesCountingLoseNothing) {
             "Respuesta interna");
 }
 
-// A record of the trail as the library writes it, at one of its three stages, its date as "*".
+// A record as the workers write it: 0 header, 1 request marked, 2 answer set; its date as "*".
 std::string Record(const std::string& id, int stage) {
   return "[" + id + "]\r\nFECHA_ENVIO=*\r\nPETICION_GENERADA=" + (stage > 0 ? "Si" : "No") +
          "\r\nMENSAJE_ENVIADO=No\r\nMENSAJE_RECIBIDO=No\r\nRESPUESTA_GENERADA=" + (stage > 1 ? "srv" : "") +
          "\r\nTEXTO_RESPUESTA=\r\n";
 }
 
-// The stage of every record of `ids` found in the trail; every record must be whole.
+// The stage of each record, -1 when missing; a record found must be whole.
 std::vector<int> Stages(const std::string& trail, const std::vector<std::string>& ids) {
   std::vector<int> stages;
   for (const auto& id : ids) {
-    std::optional<std::string> record;
-    EXPECT_TRUE(platform::ReadTrailSection(trail, id, record)) << errno;
-    int stage = -1;
-    if (record) record->replace(record->find('=') + 1, record->find('\r', record->find('=')) - record->find('=') - 1, "*");
-    for (int s = 0; s < 3 && record; ++s)
-      if (*record == Record(id, s)) stage = s;
-    EXPECT_TRUE(!record || stage >= 0) << *record;
-    stages.push_back(record ? stage : -1);
+    std::optional<std::string> r;
+    EXPECT_TRUE(platform::ReadTrailSection(trail, id, r));
+    if (r) r->replace(r->find('=') + 1, r->find('\r', r->find('=')) - r->find('=') - 1, "*");
+    stages.push_back(!r ? -1 : *r == Record(id, 0) ? 0 : *r == Record(id, 1) ? 1 : *r == Record(id, 2) ? 2 : -2);
+    EXPECT_NE(stages.back(), -2) << *r;
   }
   return stages;
 }
@@ -91,17 +77,17 @@ std::vector<int> Stages(const std::string& trail, const std::vector<std::string>
 TEST(Concurrency, TwoProcessesAuditingKeepEveryRecordWhole) {
   for (const int earlier : {0, 100000}) {
     CoreFixture f;
+    const std::string file = f.folder.Path("Auditoria/audit.log");
     std::string trail;
     for (int i = 0; i < earlier; ++i) trail += Record("E" + std::to_string(i), 2);
     f.folder.Write("Auditoria/audit.log", trail);
-    const pid_t a = StartWorker({"audit", "100", "A"});
-    const pid_t b = StartWorker({"audit", "100", "B"});
+    const pid_t a = StartWorker({"audit", "100", "A"}), b = StartWorker({"audit", "100", "B"});
     std::vector<std::string> ids;
     for (int i = 0; i < 100; ++i) ids.insert(ids.end(), {"A" + std::to_string(i), "B" + std::to_string(i)});
-    for (int reads = 0; reads < 50; ++reads) Stages(f.folder.Path("Auditoria/audit.log"), ids);
+    for (int reads = 0; reads < 50; ++reads) Stages(file, ids);
     EXPECT_EQ(Finish(a), 0);
     EXPECT_EQ(Finish(b), 0);
-    EXPECT_EQ(Stages(f.folder.Path("Auditoria/audit.log"), ids), std::vector<int>(ids.size(), 2));
+    EXPECT_EQ(Stages(file, ids), std::vector<int>(ids.size(), 2));
     EXPECT_EQ(f.folder.Read("Auditoria/audit.log").substr(0, trail.size()), trail) << earlier;
   }
 }
@@ -110,47 +96,44 @@ TEST(Concurrency, TwoProcessesAuditingKeepEveryRecordWhole) {
 // and key as it was and its own whole or absent; the next start-up leaves no temporary file.
 TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   CoreFixture f;
-  const std::string trail = f.folder.Path("Auditoria/audit.log");
+  const std::string trail = f.folder.Path("Auditoria/audit.log"), ini = f.folder.Path("velmora.ini");
   std::vector<std::string> ids;
   std::vector<int> done;
-  int32_t counted = 0;
   for (int round = 0; round < 40; ++round) {
     const std::string prefix = "K" + std::to_string(round) + "_";
-    auto sizeNow = [&] {
-      std::error_code ec;
-      const auto n = std::filesystem::file_size(trail, ec);
-      return ec ? 0 : n;
-    };
-    const auto size = sizeNow();
+    const auto size = f.folder.Read("Auditoria/audit.log").size();
     const pid_t worker = StartWorker({"both", "1000000", prefix});
     // Once it writes, at a different instant of its writes every round.
-    ASSERT_TRUE(testing::WaitFor([&] { return sizeNow() > size; }, std::chrono::seconds(20)));
-    const auto at = std::chrono::steady_clock::now() + std::chrono::microseconds(137 * round % 4000);
-    while (std::chrono::steady_clock::now() < at) {
+    ASSERT_TRUE(testing::WaitFor([&] { return f.folder.Read("Auditoria/audit.log").size() > size; },
+                                 std::chrono::seconds(20)));
+    for (const auto at = std::chrono::steady_clock::now() + std::chrono::microseconds(137 * round % 4000);
+         std::chrono::steady_clock::now() < at;) {
     }
     kill(worker, SIGKILL);
     EXPECT_EQ(Finish(worker), -1);
-    // Its records run from 0 to the first one missing.
     for (int i = 0; ids.push_back(prefix + std::to_string(i)), Stages(trail, {ids.back()})[0] >= 0; ++i) {
     }
     const std::vector<int> stages = Stages(trail, ids);
-    for (size_t i = 0; i < done.size(); ++i) EXPECT_EQ(stages[i], done[i]) << ids[i];
+    EXPECT_TRUE(std::equal(done.begin(), done.end(), stages.begin()));
     done = stages;
-    const int32_t now = std::stoi(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"));
-    EXPECT_GE(now, counted);
-    counted = now;
-    EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "RespuestaDefecto", "TextoAviso"),
-              "Respuesta interna");
+    EXPECT_NE(platform::ReadProfileString(ini, "MensajeSOAP", "Enviados", "-"), "-");
+    EXPECT_EQ(platform::ReadProfileString(ini, "RespuestaDefecto", "TextoAviso"), "Respuesta interna");
   }
-  // Whatever the kills left is older than any write by the next start-up.
-  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5);
+  // Whatever the kills left is older than any write by the next start-up; an answer left whole
+  // in a temporary file is kept as a late one, a part of one is not.
+  const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
+  f.folder.Write("Recibidos/.ID1.xml.aB3dE5", answer);
+  f.folder.Write("Recibidos/.ID2.xml.aB3dE6", answer.substr(0, 30));
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
-    std::filesystem::last_write_time(e.path(), old);
+    std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
+  f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
   core::SweepInterruptedWrites();
-  for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root())) {
-    const std::string name = e.path().filename().string();
-    EXPECT_TRUE(!platform::IsTemporaryName(name) && name.find(".journal") == std::string::npos) << name;
-  }
+  EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
+  EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
+  for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
+    EXPECT_FALSE(platform::IsTemporaryName(e.path().filename().string()) ||
+                 e.path().string().find(".journal") != std::string::npos) << e.path();
   EXPECT_EQ(Stages(trail, ids), done);
 }
 

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include "core/start_up.h"
 #include "core_test_support.h"
 #include "platform/attributes.h"
 
@@ -14,21 +13,11 @@ namespace {
 using testing::CoreFixture;
 using testing::RuntimeFolder;
 
-TEST(FileAdmin, PathsHangOffTheRuntimeFolder) {
+TEST(FileAdmin, PathsHangOffTheRuntimeFolderWithOneSeparator) {
   CoreFixture f;
-  CFileAdmin files;
-  EXPECT_EQ(files.GetDllPath(), f.folder.Root());
-  EXPECT_EQ(files.GetSendedPath(), f.folder.Root() + "Enviados/");
-  EXPECT_EQ(files.GetReceivedPath(), f.folder.Root() + "Recibidos/");
-  EXPECT_EQ(files.GetDelayedPath(), f.folder.Root() + "Retrasados/");
-  EXPECT_EQ(files.GetAuditorPath(), f.folder.Root() + "Auditoria/");
-  EXPECT_EQ(files.DefaultResponseFile(), f.folder.Root() + "defrespo.xml");
-  EXPECT_EQ(files.DefaultResponseArchive(), f.folder.Root() + "defaultResp.xml");
-  EXPECT_EQ(files.InternalResponseFile(), f.folder.Root() + "internal.xml");
-  // With or without its trailing separator, the folder gets exactly one.
   const std::string bare = f.folder.Root().substr(0, f.folder.Root().size() - 1);
   setenv("VELMORA_HOME", bare.c_str(), 1);
-  EXPECT_EQ(files.GetSendedPath(), f.folder.Root() + "Enviados/");
+  EXPECT_EQ(CFileAdmin().GetSendedPath(), f.folder.Root() + "Enviados/");
   setenv("VELMORA_HOME", f.folder.Root().c_str(), 1);
 }
 
@@ -59,9 +48,6 @@ TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.ExistResponseFile:(2)"));
   EXPECT_FALSE(files.ExistResponseFile("ID1", fldSended));
   EXPECT_FALSE(files.ExistResponseFile("ID1", static_cast<FolderEnum>(9)));
-  EXPECT_TRUE(files.ExistIniFile());
-  EXPECT_FALSE(files.ExistExecutorFile());
-  EXPECT_FALSE(files.ExistDefaultResponseFile());
 }
 
 TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
@@ -87,24 +73,6 @@ TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Recibidos/ID3.xml")));
   EXPECT_FALSE(files.MoveToDelayed(f.folder.Path("Recibidos/"), "NADA.xml"));
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.MoveToDelayed:(53)No se encontró el archivo"));
-}
-
-TEST(FileAdmin, StartUpSweepKeepsAWholeAnswerAsALateOne) {
-  CoreFixture f;
-  const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
-  const char* swept[] = {"Recibidos/.ID1.xml.aB3dE5", "Recibidos/.ID2.xml.aB3dE6", "Enviados/.ID3.xml.Zz9Yy8",
-                         ".velmora.ini.Qq1Ww2"};
-  for (const char* path : swept) {
-    f.folder.Write(path, std::string(path).find("ID2") == std::string::npos ? answer : answer.substr(0, 30));
-    std::filesystem::last_write_time(f.folder.Path(path),
-                                     std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
-  }
-  f.folder.Write("Recibidos/.ID4.xml.aB3dE7", answer);  // a write that may still be going on
-  core::SweepInterruptedWrites();
-  EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
-  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
-  for (const char* path : swept) EXPECT_FALSE(std::filesystem::exists(f.folder.Path(path))) << path;
-  EXPECT_TRUE(std::filesystem::exists(f.folder.Path("Recibidos/.ID4.xml.aB3dE7")));
 }
 
 TEST(FileAdmin, LogIsTrimmedAtItsLimitInBytes) {

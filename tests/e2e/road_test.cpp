@@ -135,6 +135,21 @@ TEST(Road, BatchPartlyRejectedGivesOneRowPerItem) {
   EXPECT_EQ(SimulatorProcess::Field(records[0], "operation"), "SolicitudDispensacionMasiva");
 }
 
+// Another process holding the folder locks for 20 s costs a dispensation its lock waits, never
+// more than the time-out and two seconds.
+TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
+  SimulatorProcess sim;
+  InterfaceFixture f(Ini(sim, "3"));
+  CInterface iface;
+  const auto holder = testing::HoldFolderLocks({f.folder.Root(), f.folder.Path("Auditoria")});
+  auto request = CompleteRequest();
+  const auto start = std::chrono::steady_clock::now();
+  auto response = iface.SolicitudDispensacion(request);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3 + 2));
+  EXPECT_TRUE(response->DatosValidos);
+  EXPECT_TRUE(f.LogHas("CAuditor.Save:(70)Permiso denegado")) << f.Log();
+}
+
 }  // namespace
 }  // namespace velmora
 

@@ -81,13 +81,6 @@ TEST(Attributes, HiddenMarkIsTheSambaText) {
   }
 }
 
-TEST(Paths, RuntimeFolderFollowsTheEnvironment) {
-  RuntimeFolder folder("", false);
-  EXPECT_EQ(velmora::platform::RuntimeFolder(), folder.Root());
-  EXPECT_EQ(WithSlash("/a/"), "/a/");
-  EXPECT_EQ(WithSlash("/a"), "/a/");
-}
-
 TEST(Process, SpawnRunsWithoutAShellAndMissingProgramIs53) {
   RuntimeFolder folder("", false);
   SpawnDetached({"/bin/touch", folder.Path("made by child")}, folder.Root(), "t");

@@ -1,8 +1,13 @@
 #include "support/runtime_folder.h"
 
+#include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include <filesystem>
 #include <fstream>
@@ -102,6 +107,22 @@ bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds l
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return true;
+}
+
+std::shared_ptr<void> HoldFolderLocks(const std::vector<std::string>& folders) {
+  int ready[2];
+  if (pipe(ready) != 0) return nullptr;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    for (const auto& folder : folders) flock(open(folder.c_str(), O_RDONLY | O_DIRECTORY), LOCK_EX);
+    (void)!write(ready[1], "x", 1);
+    sleep(20);
+    _exit(0);
+  }
+  char c;
+  if (pid > 0) (void)!read(ready[0], &c, 1);  // returns once the locks are held
+  close(ready[0]), close(ready[1]);
+  return std::shared_ptr<void>(nullptr, [pid](void*) { pid > 0 && kill(pid, SIGKILL) == 0 && waitpid(pid, nullptr, 0); });
 }
 
 std::vector<std::string> Lines(const std::string& text) {

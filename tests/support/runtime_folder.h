@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ class RuntimeFolder {
 
 // Waits until `condition` holds or `limit` passes, checking every few milliseconds.
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit);
+
+// Another process that holds the folder locks of `folders` (flock) until the result goes.
+std::shared_ptr<void> HoldFolderLocks(const std::vector<std::string>& folders);
 
 // Splits text into lines at "\r\n".
 std::vector<std::string> Lines(const std::string& text);
