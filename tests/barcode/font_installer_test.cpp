@@ -1,6 +1,8 @@
 #include <fontconfig/fontconfig.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -51,10 +53,16 @@ TEST(jrInstalarFuente, FontsFolderIsTheUsersDataFolder) {
   setenv("XDG_DATA_HOME", "", 1);
   setenv("HOME", "/home/someone", 1);
   EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), "/home/someone/.local/share/fonts");
+  // A till started as a service has no HOME: the account's home from the password database
+  // (only looked at here; the test setup pins it elsewhere so nothing is installed there).
   setenv("HOME", "", 1);
+  platform::SetAccountHomeForTesting({});
+  EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), std::string(getpwuid(getuid())->pw_dir) + "/.local/share/fonts");
+  platform::SetAccountHomeForTesting([] { return std::string(); });
   std::string text;
   EXPECT_EQ(NumberOf([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
   EXPECT_EQ(text, "No se ha podido determinar el directorio de fuentes del sistema.");
+  testing::TestFonts().PinAccountHome();
   setenv("XDG_DATA_HOME", data.c_str(), 1);
   setenv("HOME", home.c_str(), 1);
 }

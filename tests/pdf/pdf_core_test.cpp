@@ -1,3 +1,5 @@
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "pdf_fixture.h"
@@ -101,11 +103,21 @@ TEST_F(PdfTest, CreateFailureReturnsFalseAndLeavesNoFile) {
   EXPECT_FALSE(pdf.PDFCreate(Path("no/such/folder/x.pdf")));
   struct stat st {};
   EXPECT_NE(stat(Path("no/such/folder/x.pdf").c_str(), &st), 0);
-  // A full disk: the start of the document cannot be written and nothing is left behind.
-  if (stat("/dev/full", &st) == 0) {
-    cPDF onFull;
-    EXPECT_FALSE(onFull.PDFCreate(std::string("/dev/full")));
-  }
+  // The start of the document cannot be written (a file size limit stands in for a full disk):
+  // a file the writer created goes, one it found (even empty) stays, as does a pipe nobody reads.
+  folder_->Write("found.pdf", "");
+  ASSERT_EQ(mkfifo(Path("pipe.pdf").c_str(), 0600), 0);
+  rlimit limit{}, small{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  small = {100, limit.rlim_max};
+  auto oldHandler = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  for (const char* name : {"new.pdf", "found.pdf", "pipe.pdf"}) EXPECT_FALSE(cPDF().PDFCreate(Path(name))) << name;
+  setrlimit(RLIMIT_FSIZE, &limit);
+  signal(SIGXFSZ, oldHandler);
+  EXPECT_NE(stat(Path("new.pdf").c_str(), &st), 0);
+  EXPECT_EQ(stat(Path("found.pdf").c_str(), &st), 0);
+  EXPECT_EQ(stat(Path("pipe.pdf").c_str(), &st), 0);
 }
 
 TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
@@ -118,8 +130,12 @@ TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
 
   auto older = std::make_unique<cPDF>();
   ASSERT_TRUE(older->PDFCreate(Path("older.pdf")));
-  cPDF newer;  // takes the thread's writer over
+  cPDF newer;  // takes the thread's writer over: the older one's writes are refused
+  EXPECT_EQ(ErrorNumber([&] { older->NewPage(); }), 5);
   ASSERT_TRUE(newer.PDFCreate(Path("newer.pdf")));
+  for (auto write : std::vector<std::function<void()>>{[&] { older->WCode("x"); }, [&] { older->LineStroke(); },
+                                                       [&] { older->PDFClose(); }})
+    EXPECT_EQ(ErrorNumber(write), 5);
   older.reset();
   newer.NewPage();
   newer.PDFClose();
@@ -167,17 +183,31 @@ TEST_F(PdfTest, CollectionsAreKeyedAndRaise) {
   EXPECT_EQ(fonts.Count(), 0);
 }
 
+// The viewer by its path or by a bare name on PATH; one that is missing comes back as 53 and is
+// never raised.
 TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
   std::string marker = Path("viewed.txt");
   // A viewer that records the file it was given.
-  folder_->Write("viewer.sh", "#!/bin/sh\necho \"$1\" > " + marker + "\n");
+  folder_->Write("viewer.sh", "#!/bin/sh\necho \"$1\" >> " + marker + "\n");
   chmod(Path("viewer.sh").c_str(), 0700);
-  setenv("VELMORA_PDF_VIEWER", Path("viewer.sh").c_str(), 1);
+  const std::string path = getenv("PATH");
+  setenv("PATH", ("/nonexistent:" + folder_->Root()).c_str(), 1);
   cPDF pdf;
   ASSERT_TRUE(pdf.PDFCreate(Path("shown.pdf")));
   pdf.PDFClose();
-  pdf.Show();
-  EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n"; }, std::chrono::seconds(10)));
+  for (const std::string& viewer : {Path("viewer.sh"), std::string("viewer.sh")}) {
+    setenv("VELMORA_PDF_VIEWER", viewer.c_str(), 1);
+    EXPECT_FALSE(pdf.Show().has_value()) << viewer;
+  }
+  EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
+                      std::chrono::seconds(10)));
+  for (const char* viewer : {"no-such-viewer", "/nonexistent/viewer"}) {
+    setenv("VELMORA_PDF_VIEWER", viewer, 1);
+    std::optional<Error> failure = pdf.Show();
+    ASSERT_TRUE(failure.has_value()) << viewer;
+    EXPECT_EQ(failure->Number, 53);
+  }
+  setenv("PATH", path.c_str(), 1);
 }
 
 TEST_F(PdfTest, TwoHundredFiftyPagesInOnePass) {
