@@ -73,16 +73,5 @@ TEST(Pdf417, TextsItCannotHoldGiveTheFailureText) {
   }
 }
 
-TEST(Pdf417Rows, FontTextRoundTripsModuleRows) {
-  barcode::ModuleRow row = {1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1, 1, 0, 1};
-  const std::string text = barcode::RowsToFontText({row, row});
-  EXPECT_EQ(text, "+GI+GI");  // 0110 -> G, then 1 padded to 1000 -> I
-  const auto back = barcode::FontTextToRows(text);
-  ASSERT_EQ(back.size(), 2u);
-  row.resize(24, false);
-  EXPECT_EQ(back[0], row);
-  EXPECT_TRUE(barcode::RowsToFontText({barcode::ModuleRow(20, true)}).empty());
-}
-
 }  // namespace
 }  // namespace velmora

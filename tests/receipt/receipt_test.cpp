@@ -10,8 +10,6 @@
 #include "core/context.h"
 #include "pdf/pdf_support.h"
 #include "receipt/data_text.h"
-#include "platform/paths.h"
-#include "support/font_test_env.h"
 #include "support/runtime_folder.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
@@ -167,27 +165,6 @@ TEST_F(ReceiptTest, NineLongRequestsMakeThreePagesOfDecodableSymbolsApart) {
   }
 }
 
-TEST_F(ReceiptTest, EmptyFieldsAndALongHealthCardStillPrint) {
-  if (!ToolsPresent()) GTEST_SKIP() << "qpdf, poppler-utils or python3-zxing-cpp missing";
-  CListadoDispensaciones batch;
-  CPeticionDispensacion r = Request("RX0009", "ABCD12345678", "", Pensionista);
-  r.CodigoColegiadoPrescriptor.clear();
-  r.CodigoDispensado.clear();
-  r.NombreMedicamento.clear();
-  r.NombrePaciente.clear();
-  Add(batch, r);
-
-  cPDF pdf;
-  pdf.mostrarPDF(batch);
-  ExpectCleanPdf();
-  const auto found = Decode();
-  EXPECT_EQ(found.at(Key{1, "pdf417", 0}),
-            Hex("|00000000|00000000000000000000000000000000|000000|0000000000|000000|000000|0000000000"
-                "|000000|1|ABCD12345678"));
-  EXPECT_EQ(found.at(Key{1, "code128", 0}), Hex("RX0009P"));
-  EXPECT_EQ(found.at(Key{1, "header", 0}), Hex("ABCD12345678"));
-}
-
 // With the font installed already it is neither written nor installed again. The one request
 // carries a data text too long for a symbol: its slot is left without one.
 TEST_F(ReceiptTest, AnInstalledFontStaysAndAnOverlongDataTextLeavesItsSlotEmpty) {
@@ -205,27 +182,6 @@ TEST_F(ReceiptTest, AnInstalledFontStaysAndAnOverlongDataTextLeavesItsSlotEmpty)
   const std::string content = folder_.Read("velmora.pdf");
   EXPECT_NE(content.find("%%EOF"), std::string::npos);
   EXPECT_EQ(content.find("/F5 8 Tf"), std::string::npos);
-}
-
-TEST_F(ReceiptTest, NoFontsFolderIsTheInstallersError) {
-  const std::string data = getenv("XDG_DATA_HOME"), home = getenv("HOME") ? getenv("HOME") : "";
-  setenv("XDG_DATA_HOME", "", 1);
-  setenv("HOME", "", 1);
-  platform::SetAccountHomeForTesting([] { return std::string(); });
-  CListadoDispensaciones batch;
-  Add(batch, Request("RX0001", "1234567", "20240115", Trabajador));
-  cPDF pdf;
-  int32_t number = 0;
-  try {
-    pdf.mostrarPDF(batch);
-  } catch (const Error& e) {
-    number = e.Number;
-  }
-  setenv("XDG_DATA_HOME", data.c_str(), 1);
-  setenv("HOME", home.c_str(), 1);
-  testing::TestFonts().PinAccountHome();
-  EXPECT_EQ(number, static_cast<int32_t>(0x80040001u));
-  EXPECT_FALSE(fs::exists(Pdf()));
 }
 
 TEST_F(ReceiptTest, AnEmptyBatchPrintsTheHeaderPageAlone) {
