@@ -350,7 +350,7 @@ std::optional<Error> cPDF::Show() {
   // is missing or will not start is reported to the caller, never raised through the receipt.
   try {
     const std::string program = platform::FindProgram(viewer);
-    if (program.empty()) Raise(53, "cPDF.Show");
+    if (program.empty()) platform::RaiseErrno(ENOENT, "cPDF.Show");
     platform::SpawnDetached({program, FileName}, platform::RuntimeFolder(), "cPDF.Show");
   } catch (const Error& e) {
     return e;

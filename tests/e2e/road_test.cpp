@@ -150,7 +150,7 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
   };
   size_t sent = 0;
   for (const Case& c : {Case{"desktop", nullptr, true, true, "", ""}, Case{"service", nullptr, false, true, "", ""},
-                        Case{"no viewer", "no-such-viewer", true, true, "53 ", "cPDF.Show:(53)"},
+                        Case{"no viewer", "no-such-viewer", true, true, "53 ", "cPDF.Show:(53)No se encontró el archivo"},
                         Case{"no fonts folder", nullptr, false, false, "-2147221503 ", "Dispensaciones:(-2147221503)"}}) {
     InterfaceFixture f(Ini(sim));
     f.folder.Write("xdg-open", "#!/bin/sh\necho \"$@\" >> " + f.folder.Path("viewed.txt") + "\n");

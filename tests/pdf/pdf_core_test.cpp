@@ -171,6 +171,7 @@ TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
     setenv("VELMORA_PDF_VIEWER", viewer.c_str(), 1);
     const std::optional<Error> failure = pdf.Show();
     EXPECT_EQ(failure ? failure->Number : 0, viewer == "no-such-viewer" ? 53 : 0) << viewer;
+    EXPECT_EQ(failure ? failure->Description : "", viewer == "no-such-viewer" ? "No se encontró el archivo" : "");
   }
   EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
                       std::chrono::seconds(10)));
