@@ -34,6 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
   }
   if (rows > 1 && rowLength != firstRowLength) std::abort();
-  if (rows != encoder.Rows() || encoder.Columns() < 1 || encoder.Columns() > 30) std::abort();
+  if (rows != encoder.Rows() || rows > 30 || encoder.Columns() < 1 || encoder.Columns() > 19) std::abort();
   return 0;
 }

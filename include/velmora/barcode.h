@@ -96,7 +96,8 @@ class VELMORA_API cPDF417 {
 };
 
 // Installs a TrueType file into the user's fonts folder ($XDG_DATA_HOME/fonts, else
-// ~/.local/share/fonts) and registers it with fontconfig.
+// ~/.local/share/fonts, the home being $HOME or, when that is unset, the account's home from the
+// password database) and registers it with fontconfig.
 class VELMORA_API jrInstalarFuente {
  public:
   // Raises 0x80040001 when no fonts folder can be determined.

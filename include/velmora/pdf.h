@@ -283,8 +283,11 @@ class VELMORA_API cPDF {
   void PDFClose();
   std::vector<uint8_t> GetPDFStream() const;  // memory mode only; empty otherwise
   void WCode(std::string_view text);          // one raw content line
-  // Opens the written file: $VELMORA_PDF_VIEWER when set (empty = do nothing), else xdg-open.
-  void Show();
+  // Opens the written file in file mode: $VELMORA_PDF_VIEWER when set (empty: nothing is
+  // opened), else xdg-open; a bare name is looked up on PATH. Never raises: a viewer that is
+  // missing or cannot be started comes back as the error it would have been (53 when missing),
+  // for the caller to log; nothing when the viewer started or there was nothing to open.
+  std::optional<Error> Show();
   int16_t PageWidth() const;
   int16_t PageHeight() const;
   int16_t PageCount() const { return pageCount_; }
@@ -299,6 +302,8 @@ class VELMORA_API cPDF {
   // between characters so nothing crosses its edge. An empty text has no lines. A line's baseline
   // sits at the face's ascent share of its FontSize cell. hjustify spreads the blanks of every
   // line but the last of each paragraph with Tw. Border > 0 draws the box first (WRectangle).
+  // A text area with no room (a width of zero or less, as when the margin is wider than half
+  // the box, or not a number) holds one character per line; breaking always ends.
   void WTextBox(int16_t Top, int16_t Left, int16_t Height, int16_t Width, const std::string& Text,
                 const std::string& FontName, int16_t FontSize, AlignH hAlign = hLeft,
                 AlignV vAlign = vTop, int32_t TextColor = 0, int16_t Border = 0,
@@ -332,7 +337,10 @@ class VELMORA_API cPDF {
   void LineStroke();
 
   // --- images ---------------------------------------------------------------------------
-  // PNG, JPEG, BMP or GIF. Missing file: 53; unreadable picture: 481.
+  // PNG, JPEG, BMP (bottom-up or top-down) or GIF. Transparent parts are laid on white, as the
+  // paper shows them. Missing file: 53; unreadable picture: 481, and 481 with a text that says
+  // so for a picture of more than 25,000,000 pixels (a logo needs far fewer; a crafted header
+  // must not make the till allocate gigabytes).
   void LoadImageFromFile(const std::string& PictureFile, const std::string& Name, bool GrayScale = false,
                          bool Zipped = false);
   // An encoded picture (PNG, JPEG, BMP, GIF) held in memory, such as a compiled-in logo.
@@ -356,12 +364,15 @@ class VELMORA_API cPDF {
   void mostrarPDF(CListadoDispensaciones& objListado);
 
  private:
+  // Raises 5 when a newer writer of the thread has taken the document over since this one
+  // started it: its writes would land in the other document or nowhere.
+  void Own(const char* source) const;
   cFont& FontFor(const std::string& name, const char* source);
   void WriteFont(cFont& font);
   void WriteOutlines(int16_t root);
   void WriteImage(const PdfPicture& picture, const std::string& name, bool grayScale, bool zipped);
 
-  uint64_t document_ = 0;  // the output file this instance opened, if it is still the thread's
+  uint64_t document_ = 0;  // the document this instance started; stale once another takes over
   bool pageOpen_ = false;
   bool textObjectOpen_ = false;
   int16_t pageCount_ = 0;

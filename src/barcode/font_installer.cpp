@@ -28,11 +28,14 @@ std::string Env(const char* name) {
   return value ? value : "";
 }
 
-// The user's fonts folder as fontconfig's default configuration reads it.
+// The user's fonts folder as fontconfig's default configuration reads it. A till started as a
+// service may have neither variable; the account's home from the password database is where
+// fontconfig looks then too.
 std::string UserFontsFolder() {
   std::string data = Env("XDG_DATA_HOME");
   if (data.empty() || data.front() != '/') {
-    const std::string home = Env("HOME");
+    std::string home = Env("HOME");
+    if (home.empty()) home = platform::AccountHome();
     if (home.empty()) return {};
     data = platform::WithSlash(home) + ".local/share";
   }

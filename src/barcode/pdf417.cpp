@@ -13,10 +13,11 @@ namespace {
 // The receipt gives a symbol the room of 30 rows of 2 pt between its slot's boxes and the rule
 // below, and a text box 200 pt wide. Six data columns at 0.5 pt a module are 85.5 pt wide;
 // longer texts (the data text grows when requests carry the previous one over) widen the symbol
-// up to twelve columns (136.5 pt) before it grows taller. Twelve columns of 90 rows already hold
-// more than the 928 codewords a symbol can have, so no text that fits is refused for its shape.
+// up to nineteen columns (195.5 pt, the widest row the box holds on one line) before it may grow
+// taller. A text that needs more than 30 rows even then is refused: a taller symbol would run
+// into the next slot, or off the page, and be read as neither.
 constexpr int kFirstColumns = 6;
-constexpr int kLastColumns = 12;
+constexpr int kLastColumns = 19;
 constexpr int kRowsInSlot = 30;
 // Level 3 adds 16 error-correction codewords: enough to read a receipt through a crease or a
 // smudge of a few codewords, while a usual data text (about 100 characters, mostly digits in
@@ -67,6 +68,8 @@ std::string cPDF417::CodigoPDF(const std::string& Texto) {
   }
   if (best.rc >= ZINT_ERROR)
     return FailureText(best.rc, best.symbol ? best.symbol->errtxt : "out of memory");
+  if (best.symbol->rows > kRowsInSlot)
+    return FailureText(ZINT_ERROR_TOO_LONG, "data too long for a symbol of 19 columns and 30 rows");
 
   const zint_symbol& s = *best.symbol;
   std::vector<barcode::ModuleRow> rows(static_cast<size_t>(s.rows));

@@ -23,10 +23,15 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     auto& auditor = core::ThreadContext().Auditor();
     core::LogLine("CInterface.SolicitudDispensaciones:Iniciando una solicitud de dispensación ");
     // The receipt comes first, before any check: the counter prints it even for a batch the
-    // library then refuses.
+    // library then refuses. Paper is not the dispensation: a receipt that cannot be made (no
+    // fonts folder, a full disk) is logged and listed in Errores, and the batch still goes.
     if (Imprimir) {
-      cPDF receipt;
-      receipt.mostrarPDF(objListaDispensaciones);
+      try {
+        cPDF receipt;
+        receipt.mostrarPDF(objListaDispensaciones);
+      } catch (const std::exception& e) {
+        core::HandleError(kMethod, e);
+      }
     }
     if (!enabled_) Raise(32005, kMethod);
     const auto& items = objListaDispensaciones.Dispensaciones();

@@ -1,6 +1,7 @@
 #include "velmora/pdf.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -22,6 +23,29 @@ using pdf::NextObjectNumber;
 using pdf::RegisterObject;
 using pdf::State;
 using pdf::WriteLine;
+
+namespace {
+
+// Opens the output for writing and says whether this call created it: only a file the writer
+// created itself is removed when the document cannot be started. A pipe nobody reads fails here
+// instead of blocking the till.
+int OpenOutput(const std::string& path, bool* created) {
+  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0600);
+  *created = fd >= 0;
+  if (fd < 0 && errno == EEXIST) fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) platform::RaiseErrno(errno, "cPDF.PDFCreate");
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (flags >= 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+  return fd;
+}
+
+}  // namespace
+
+void cPDF::Own(const char* source) const {
+  // Constructing a writer, or starting a document, takes the thread's output over; a writer
+  // that lost it would otherwise write into the newer document or into nothing.
+  if (document_ != State().document) throw Error(5, source, ErrorText(5));
+}
 
 void RaisePdfCollectionError(int32_t number) {
   if (number == 457)
@@ -110,18 +134,20 @@ bool cPDF::PDFCreate(std::string& cFileName) {
       FileName = cFileName;
       st.memory.clear();
       st.memoryMode = false;
-      if (platform::FileLength(cFileName) >= 1 && ::unlink(cFileName.c_str()) != 0)
+      // Replacing a document means removing an earlier one; anything that is not a plain file
+      // (a device, a pipe) is written to as it is and never removed.
+      struct stat existing {};
+      if (::stat(cFileName.c_str(), &existing) == 0 && S_ISREG(existing.st_mode) && existing.st_size >= 1 &&
+          ::unlink(cFileName.c_str()) != 0)
         platform::RaiseErrno(errno, "cPDF.PDFCreate");
-      int fd = ::open(cFileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-      if (fd < 0) platform::RaiseErrno(errno, "cPDF.PDFCreate");
-      st.fd = fd;
+      st.fd = OpenOutput(cFileName, &st.created);
       st.path = cFileName;
-      st.document = document_ = pdf::NewDocumentId();
     } else {
       cFileName = FileName;
       st.memory.clear();
       st.memoryMode = true;
     }
+    st.document = document_ = pdf::NewDocumentId();
 
     platform::LocalTime t{CreationDate.Year, CreationDate.Month, CreationDate.Day,
                           CreationDate.Hour, CreationDate.Minute, CreationDate.Second};
@@ -148,11 +174,13 @@ bool cPDF::PDFCreate(std::string& cFileName) {
   } catch (const std::exception&) {
     pdf::AbandonOutput();
     pdf::ResetState();
+    document_ = 0;
     return false;
   }
 }
 
 void cPDF::NewPage(Page_Size nSize, int16_t nWidth, int16_t nHeight) {
+  Own("cPDF.NewPage");
   auto& st = State();
   if (pageOpen_) ClosePage();
   switch (nSize) {
@@ -201,6 +229,7 @@ void cPDF::NewPage(Page_Size nSize, int16_t nWidth, int16_t nHeight) {
 }
 
 void cPDF::ClosePage() {
+  Own("cPDF.ClosePage");
   auto& st = State();
   int32_t length = st.offset - st.streamStart;
   WriteLine("endstream");
@@ -215,6 +244,7 @@ void cPDF::ClosePage() {
 }
 
 void cPDF::PDFClose() {
+  Own("cPDF.PDFClose");
   auto& st = State();
   if (pageOpen_) ClosePage();
 
@@ -307,16 +337,25 @@ std::vector<uint8_t> cPDF::GetPDFStream() const {
   return st.memoryMode ? st.memory : std::vector<uint8_t>{};
 }
 
-void cPDF::WCode(std::string_view text) { WriteLine(text); }
+void cPDF::WCode(std::string_view text) { Own("cPDF.WCode"); WriteLine(text); }
 
-void cPDF::Show() {
-  if (State().memoryMode || FileName.empty()) return;
+std::optional<Error> cPDF::Show() {
+  if (State().memoryMode || FileName.empty()) return std::nullopt;
   std::string viewer = "xdg-open";
   if (const char* v = std::getenv("VELMORA_PDF_VIEWER")) {
-    if (*v == '\0') return;  // viewing switched off (tests, servers)
+    if (*v == '\0') return std::nullopt;  // viewing switched off (servers, tests)
     viewer = v;
   }
-  platform::SpawnDetached({viewer, FileName}, platform::RuntimeFolder(), "cPDF.Show");
+  // The viewer is a convenience for the counter: like the shell call it replaces, a viewer that
+  // is missing or will not start is reported to the caller, never raised through the receipt.
+  try {
+    const std::string program = platform::FindProgram(viewer);
+    if (program.empty()) platform::RaiseErrno(ENOENT, "cPDF.Show");
+    platform::SpawnDetached({program, FileName}, platform::RuntimeFolder(), "cPDF.Show");
+  } catch (const Error& e) {
+    return e;
+  }
+  return std::nullopt;
 }
 
 int16_t cPDF::PageWidth() const { return State().pageWidth; }

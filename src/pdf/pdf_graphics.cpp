@@ -17,6 +17,7 @@ std::string Point(double x, double yFromTop, int16_t pageHeight) {
 }  // namespace
 
 void cPDF::SetColors(int32_t ForeColor, int32_t FillColor) {
+  Own("cPDF.SetColors");
   if (FillColor != -1) {
     WriteLine(pdf::ColorTriple(FillColor) + " rg");
     fillColor_ = FillColor;
@@ -26,15 +27,17 @@ void cPDF::SetColors(int32_t ForeColor, int32_t FillColor) {
 
 void cPDF::SetLineFormat(uint8_t LineWidth, eLineCap LineCap, eLineJoin LineJoin, int16_t DashPhase,
                          const std::string& DashArray) {
+  Own("cPDF.SetLineFormat");
   WriteLine(Int(LineWidth) + " w");
   WriteLine(Int(LineCap) + " J");
   WriteLine(Int(LineJoin) + " j");
   WriteLine(DashArray + " " + Int(DashPhase) + " d");
 }
 
-void cPDF::MoveTo(double X, double Y) { WriteLine(Point(X, Y, PageHeight()) + " m"); }
+void cPDF::MoveTo(double X, double Y) { Own("cPDF.MoveTo"); WriteLine(Point(X, Y, PageHeight()) + " m"); }
 
 void cPDF::WLineTo(double X, double Y, std::optional<double> StartX, std::optional<double> StartY) {
+  Own("cPDF.WLineTo");
   if (StartX || StartY) MoveTo(StartX.value_or(0), StartY.value_or(0));
   WriteLine(Point(X, Y, PageHeight()) + " l");
 }
@@ -45,6 +48,7 @@ void cPDF::WLineTo(double X, double Y, std::optional<double> StartX, std::option
 void cPDF::WCurve(double X, double Y, std::optional<int16_t> ControlX1, std::optional<int16_t> ControlY1,
                   std::optional<int16_t> ControlX2, std::optional<int16_t> ControlY2,
                   std::optional<double> StartX, std::optional<double> StartY) {
+  Own("cPDF.WCurve");
   const int16_t h = PageHeight();
   if (StartX || StartY) MoveTo(StartX.value_or(0), StartY.value_or(0));
   bool first = ControlX1 || ControlY1;
@@ -64,6 +68,7 @@ void cPDF::WCurve(double X, double Y, std::optional<int16_t> ControlX1, std::opt
 
 // Starts at the rightmost point and runs counter-clockwise (as seen on the page) in four quarters.
 void cPDF::WCircle(double X, double Y, double Radio) {
+  Own("cPDF.WCircle");
   const double k = 0.552 * Radio;
   const double cy = PageHeight() - Y;  // centre in PDF space
   auto p = [](double x, double y) { return Fixed(x, 2) + " " + Fixed(y, 2); };
@@ -81,6 +86,7 @@ void cPDF::WCircle(double X, double Y, double Radio) {
 // filled text box is a background the text stays readable on.
 void cPDF::WRectangle(int16_t Top, int16_t Left, int16_t Height, int16_t Width, int16_t Border,
                       int32_t BorderColor, bool Fill) {
+  Own("cPDF.WRectangle");
   int16_t y = pdf::Sub16(PageHeight(), Top, "cPDF.WRectangle");
   WriteLine("q");
   WriteLine(Int(Border) + " w");
@@ -95,8 +101,8 @@ void cPDF::WRectangle(int16_t Top, int16_t Left, int16_t Height, int16_t Width, 
   WriteLine("Q");
 }
 
-void cPDF::SaveGraphicState() { WriteLine("q"); }
-void cPDF::RestoreGraphicState() { WriteLine("Q"); }
-void cPDF::LineStroke() { WriteLine("S"); }
+void cPDF::SaveGraphicState() { Own("cPDF.SaveGraphicState"); WriteLine("q"); }
+void cPDF::RestoreGraphicState() { Own("cPDF.RestoreGraphicState"); WriteLine("Q"); }
+void cPDF::LineStroke() { Own("cPDF.LineStroke"); WriteLine("S"); }
 
 }  // namespace velmora

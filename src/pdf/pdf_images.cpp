@@ -41,8 +41,9 @@ constexpr double kPi = 3.1415;
 
 [[noreturn]] void RaiseBadPicture(const char* source) { throw Error(481, source, "Imagen no válida"); }
 
-// Larger pictures are refused rather than decoded: a few bytes of a crafted header can announce
-// gigabytes, and the decoder would allocate them before finding the data missing.
+// Larger pictures are refused rather than decoded, with a text that says why: a few bytes of a
+// crafted header can announce gigabytes, and the decoder would allocate them before finding the
+// data missing. A receipt's logo is a few thousand pixels.
 constexpr int64_t kMaxPixels = 25'000'000;
 
 // A PNG whose chunks claim more bytes than the file holds. The decoder trusts a chunk's length
@@ -62,19 +63,38 @@ bool PngChunksOverrun(const uint8_t* data, size_t size) {
   return false;
 }
 
+// A transparent pixel prints as the paper under it: white, not the black that the colour
+// channels of a transparent logo usually hold.
+uint8_t OnWhite(uint8_t value, uint8_t alpha) {
+  return static_cast<uint8_t>((value * alpha + 255 * (255 - alpha) + 127) / 255);
+}
+
 PdfPicture Decode(const uint8_t* data, size_t size, const char* source) {
   if (!data || size == 0 || size > static_cast<size_t>(std::numeric_limits<int>::max())) RaiseBadPicture(source);
   if (PngChunksOverrun(data, size)) RaiseBadPicture(source);
   int w = 0, h = 0, channels = 0;
-  if (!stbi_info_from_memory(data, static_cast<int>(size), &w, &h, &channels) || w <= 0 || h <= 0 ||
-      static_cast<int64_t>(w) * h > kMaxPixels)
-    RaiseBadPicture(source);
-  stbi_uc* pixels = stbi_load_from_memory(data, static_cast<int>(size), &w, &h, &channels, 3);
+  if (!stbi_info_from_memory(data, static_cast<int>(size), &w, &h, &channels)) RaiseBadPicture(source);
+  // A BMP stored from the top row down says so with a negative height, which the header probe
+  // hands on as it stands; the decoder itself turns such a picture the right way up.
+  if (h < 0 && h != std::numeric_limits<int>::min() && size >= 2 && data[0] == 'B' && data[1] == 'M') h = -h;
+  if (w <= 0 || h <= 0) RaiseBadPicture(source);
+  if (static_cast<int64_t>(w) * h > kMaxPixels)
+    throw Error(481, source, "Imagen no válida: tiene más de " + std::to_string(kMaxPixels) + " píxeles");
+  const bool alpha = channels == 2 || channels == 4;
+  const int wanted = alpha ? 4 : 3;
+  stbi_uc* pixels = stbi_load_from_memory(data, static_cast<int>(size), &w, &h, &channels, wanted);
   if (!pixels) RaiseBadPicture(source);
   PdfPicture p;
   p.Width = w;
   p.Height = h;
-  p.Pixels.assign(pixels, pixels + static_cast<size_t>(w) * static_cast<size_t>(h) * 3);
+  const size_t count = static_cast<size_t>(w) * static_cast<size_t>(h);
+  if (alpha) {
+    p.Pixels.resize(count * 3);
+    for (size_t i = 0; i < count; ++i)
+      for (size_t c = 0; c < 3; ++c) p.Pixels[i * 3 + c] = OnWhite(pixels[i * 4 + c], pixels[i * 4 + 3]);
+  } else {
+    p.Pixels.assign(pixels, pixels + count * 3);
+  }
   stbi_image_free(pixels);
   return p;
 }
@@ -97,6 +117,7 @@ void cPDF::LoadImage(const PdfPicture& Image, const std::string& Name, bool Gray
 }
 
 void cPDF::WriteImage(const PdfPicture& picture, const std::string& name, bool grayScale, bool zipped) {
+  Own("cPDF.LoadImage");
   const char* src = "cPDF.LoadImage";
   // Everything that can fail is checked before an object number is taken, so a refused image
   // leaves no gap in the cross-reference table.
@@ -151,6 +172,7 @@ void cPDF::WriteImage(const PdfPicture& picture, const std::string& name, bool g
 
 void cPDF::WImage(int32_t Top, int32_t Left, int32_t Height, int32_t Width, const std::string& ImageName,
                   double Rotation) {
+  Own("cPDF.WImage");
   const char* src = "cPDF.WImage";
   if (!Imagenes.Find(ImageName)) Raise(5, src);
   int64_t y = static_cast<int64_t>(PageHeight()) - Top;

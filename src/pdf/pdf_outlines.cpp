@@ -80,6 +80,7 @@ void cPDF::WriteOutlines(int16_t root) {
 }
 
 void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
+  Own("cPDF.CreaBloque");
   const char* src = "cPDF.CreaBloque";
   if (pageOpen_) Raise(5, src);  // the object would land inside the page's content stream
   if (Bloques.Find(Name)) RaisePdfCollectionError(457);
@@ -110,6 +111,7 @@ void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
 }
 
 void cPDF::WBloque(const std::string& Name) {
+  Own("cPDF.WBloque");
   if (!Bloques.Find(Name)) Raise(5, "cPDF.WBloque");
   WriteLine("/" + Name + " Do");
 }

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "pdf/pdf_writer.h"
+#include "pdf/type1_metrics.h"
 #include "platform/fonts/font_metrics.h"
 #include "platform/text.h"
 
@@ -45,7 +46,6 @@ void SplitType1Name(const std::string& name, std::string* family, bool* bold, bo
   std::string style = dash == std::string::npos ? std::string() : name.substr(dash + 1);
   *bold = style.find("Bold") != std::string::npos;
   *italic = style.find("Italic") != std::string::npos || style.find("Oblique") != std::string::npos;
-  if (*family == "ZapfDingbats") *family = "Dingbats";
 }
 
 std::string ValueText(const PdfValue& v) {
@@ -93,7 +93,7 @@ struct BrokenLine {
 // Greedy breaking at blanks: explicit line breaks (CR LF, CR or LF) always break; runs of blanks
 // between words count as one; a word wider than the box is cut between characters so nothing
 // crosses the box's edge (each piece holds at least one character). An empty text has no lines;
-// an empty paragraph is an empty line.
+// an empty paragraph is an empty line. A width with no room in it gives a character per line.
 std::vector<BrokenLine> Break(const cFont& font, const std::string& cp1252, int16_t size, double width) {
   std::vector<BrokenLine> lines;
   if (cp1252.empty()) return lines;
@@ -131,8 +131,9 @@ std::vector<BrokenLine> Break(const cFont& font, const std::string& cp1252, int1
       }
       if (!line.empty()) lines.push_back({std::move(line), false});
       line.clear();
-      // Cut an over-wide word into pieces that fit.
-      while (!fits(word)) {
+      // Cut an over-wide word into pieces that fit; with no room at all (a width of zero or
+      // less, or not a number) every piece is one character, so the loop always ends.
+      while (!word.empty() && !fits(word)) {
         size_t n = 1;
         while (n < word.size() && fits(std::string_view(word).substr(0, n + 1))) ++n;
         lines.push_back({word.substr(0, n), false});
@@ -178,6 +179,13 @@ void cFont::Measure() {
   } else if (fType == TrueType) {
     m = platform::MeasureSystemFont(BaseFont, fStyle == Bold || fStyle == BoldItalic,
                                     fStyle == Italic || fStyle == BoldItalic);
+  } else if (const pdf::Type1Metrics* own = pdf::StandardType1Metrics(BaseFont)) {
+    m = platform::FontMetrics{};
+    m->widths = own->widths;
+    m->ascent = own->ascent;
+    m->descent = own->descent;
+    m->firstChar = own->firstChar;
+    m->lastChar = own->lastChar;
   } else {
     std::string family;
     bool bold = false, italic = false;
@@ -306,6 +314,7 @@ cFont& cPDF::FontFor(const std::string& name, const char* source) {
 
 void cPDF::WText(int16_t Top, int16_t Left, const std::string& Text, const std::string& FontName,
                  int16_t FontSize, double Rotation) {
+  Own("cPDF.WText");
   FontFor(FontName, "cPDF.WText");
   int16_t y = pdf::Sub16(PageHeight(), Top, "cPDF.WText");
   bool ownTextObject = !textObjectOpen_;
@@ -320,6 +329,7 @@ void cPDF::WText(int16_t Top, int16_t Left, const std::string& Text, const std::
 }
 
 void cPDF::WTextCode(eTextState Code, const std::vector<PdfValue>& vData) {
+  Own("cPDF.WTextCode");
   if (Code != BeginText && !textObjectOpen_) return;
   const char* src = "cPDF.WTextCode";
   switch (Code) {
@@ -405,6 +415,7 @@ void cPDF::WTextBox(int16_t Top, int16_t Left, int16_t Height, int16_t Width, co
                     const std::string& FontName, int16_t FontSize, AlignH hAlign, AlignV vAlign,
                     int32_t TextColor, int16_t Border, int32_t BorderColor, bool FillBox,
                     int16_t TextMargin) {
+  Own("cPDF.WTextBox");
   const char* src = "cPDF.WTextBox";
   cFont& font = FontFor(FontName, src);
   font.Measure();

@@ -95,7 +95,7 @@ void AbandonOutput() noexcept {
   if (tState.fd >= 0) {
     ::close(tState.fd);
     tState.fd = -1;
-    if (!tState.path.empty()) ::unlink(tState.path.c_str());
+    if (tState.created && !tState.path.empty()) ::unlink(tState.path.c_str());
   }
   tState.pending.clear();
 }

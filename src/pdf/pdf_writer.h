@@ -20,6 +20,7 @@ struct WriterState {
   std::vector<uint8_t> memory;  // the document in memory mode
   int fd = -1;                  // the open file in file mode
   std::string path;             // its name, to remove it when creation fails
+  bool created = false;         // whether PDFCreate made that file (only then is it removed)
   std::string pending;          // file output not yet handed to the kernel
   int16_t pageWidth = 0;
   int16_t pageHeight = 0;
@@ -40,7 +41,8 @@ void Flush();
 void CloseOutput();
 // Flushes what it can and closes a file left unfinished by its writer. Never throws.
 void ReleaseOutput() noexcept;
-// Closes and removes a file that was being created (PDFCreate's failure path). Never throws.
+// Closes the file that was being started (PDFCreate's failure path) and removes it when the
+// writer created it. Never throws.
 void AbandonOutput() noexcept;
 
 // Appends UTF-8 text as Windows-1252 bytes, with one carriage return when appendCR.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace velmora::platform {
@@ -14,5 +15,17 @@ inline constexpr const char* kLibraryTitle = "velmora";
 
 // `folder` with "/" appended unless it already ends in one.
 std::string WithSlash(std::string folder);
+
+// The program a bare name stands for, looked up along $PATH (or the shell's default path when
+// PATH is unset) as a shell would: the first executable regular file of that name. A name with
+// a "/" is taken as it is. Empty when nothing runnable is found.
+std::string FindProgram(const std::string& name);
+
+// The home folder of the account running the process, from the password database; empty when
+// the account has none there. Used when the environment names no home (a till started as a
+// service). A test can pin it with SetAccountHomeForTesting; an empty function restores the
+// database.
+std::string AccountHome();
+void SetAccountHomeForTesting(std::function<std::string()> home);
 
 }  // namespace velmora::platform

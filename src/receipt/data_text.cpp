@@ -1,5 +1,6 @@
 #include "receipt/data_text.h"
 
+#include "platform/cp1252.h"
 #include "velmora/messages.h"
 
 namespace velmora::receipt {
@@ -23,7 +24,10 @@ void ExtendDataText(std::string& D, const CPeticionDispensacion& request, const 
   D += FieldOr(request.CodigoDispensado, "|000000");
   D += FieldOr(request.EnvasesDispensados, "|0");
   D += "|";
-  if (T.size() < 9) D.append(9 - T.size(), '0');
+  // Padded to nine characters, not bytes: a card with an accented letter is one character
+  // longer in UTF-8 than it is on the card.
+  const size_t length = platform::Utf8ToCp1252(T).size();
+  if (length < 9) D.append(9 - length, '0');
   D += T;
 }
 

@@ -4,7 +4,9 @@
 #include <cstdint>
 
 #include "barcode/code128_bars.h"
+#include "barcode/code128_compact.h"
 #include "barcode/embedded_resources.h"
+#include "core/context.h"
 #include "platform/paths.h"
 #include "receipt/barcode_font_setup.h"
 #include "receipt/data_text.h"
@@ -20,13 +22,35 @@ constexpr int kSlotsPerPage = 4;
 constexpr double kRuleLeft = 20;
 constexpr double kRuleRight = 560;
 
-// Module width of a Code 128 symbol that should fit `room` points: wide modules scan best, but
-// never below 0.4 pt, under which 300 dpi renderings and printers stop decoding reliably; a
-// symbol too long for its room then runs past it rather than become unreadable.
-double FitModule(const std::string& pattern, double room) {
-  const int modules = barcode::PatternModules(pattern);
-  if (modules == 0) return 0.75;
-  return std::clamp(room / modules, 0.4, 0.75);
+// A Code 128 symbol drawn within `room` points: its width pattern and module width.
+struct FittedBars {
+  std::string pattern;
+  double module;
+};
+
+// Wide modules scan best, up to 0.75 pt; under 0.4 pt, 300 dpi renderings and printers stop
+// decoding reliably. A pattern that fits at 0.4 pt or more is drawn as the encoder made it. A
+// longer one (the generated identifiers run to 50-64 characters) is drawn in the standard's
+// shortest form of the same text, digit pairs in code set C; either way the symbol stays inside
+// its room, since one that runs into its neighbour decodes as neither.
+FittedBars FitCode128(const std::string& pattern, const std::string& text, double room) {
+  constexpr double kSmallest = 0.4, kWidest = 0.75;
+  FittedBars fitted{pattern, kWidest};
+  int modules = barcode::PatternModules(pattern);
+  if (modules > 0 && room / modules < kSmallest) {
+    const std::string compact = barcode::CompactCode128Pattern(text);
+    const int compactModules = barcode::PatternModules(compact);
+    if (compactModules > 0 && compactModules < modules) {
+      fitted.pattern = compact;
+      modules = compactModules;
+    }
+  }
+  if (modules > 0) fitted.module = std::min(kWidest, room / modules);
+  return fitted;
+}
+
+void DrawFitted(cPDF& pdf, const FittedBars& bars, double top, double left, double height) {
+  barcode::DrawCode128Bars(pdf, bars.pattern, top, left, bars.module, height);
 }
 
 void Rule(cPDF& pdf, double y) {
@@ -74,11 +98,11 @@ void cPDF::mostrarPDF(CListadoDispensaciones& objListado) {
   const CPeticionDispensacion* first = requests.Item(1);
   const std::string T = first ? first->Tis : std::string();
   const std::string P = first ? first->NombrePaciente : std::string();
-  const std::string header = code128->Barras(T);
+  const FittedBars header = FitCode128(code128->Barras(T), T, 380);
   auto beginPage = [&] {
     NewPage(A4_Vertical);
     // From Left 60 up to the logo at 460, less a quiet zone.
-    barcode::DrawCode128Bars(*this, header, 20, 60, FitModule(header, 380), 24);
+    DrawFitted(*this, header, 20, 60, 24);
     Rule(*this, 50);
     Rule(*this, 70);
     WImage(40, 460, 25, 80, "logoMarvo");
@@ -113,14 +137,16 @@ void cPDF::mostrarPDF(CListadoDispensaciones& objListado) {
     Rule(*this, b + 240);
     WTextBox(Top(b, 190), 50, 100, 150, request.CodigoDispensado + " - " + request.NombreMedicamento, "F4", 10);
 
-    const std::string bars = code128->Barras(request.IDPrescripcion + RegimenLetter(request.RegimenReceta), cC128_B);
+    const std::string barsText = request.IDPrescripcion + RegimenLetter(request.RegimenReceta);
     // From Left 50 up to the PDF417 symbol at 300, less a quiet zone.
-    barcode::DrawCode128Bars(*this, bars, b + 203, 50, FitModule(bars, 235), 18);
+    DrawFitted(*this, FitCode128(code128->Barras(barsText, cC128_B), barsText, 235), b + 203, 50, 18);
     WTextBox(Top(b, 225), 50, 100, 150, request.IDPrescripcion, "F1", 10);
   }
 
   PDFClose();
-  Show();
+  // The receipt is written whether or not a viewer opens it; a viewer that fails is the one
+  // line in the log and the entry in Errores that the counter sees.
+  if (const std::optional<Error> viewer = Show()) core::HandleError("cPDF.Show", *viewer);
 }
 
 }  // namespace velmora

@@ -3,32 +3,13 @@
 #include FT_OUTLINE_H
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "barcode/embedded_resources.h"
-#include "platform/fonts/font_metrics.h"
 
 namespace velmora {
 namespace {
-
-std::vector<uint8_t> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-TEST(BarcodeFont, LibraryCarriesTheCommittedFileWithWholeThousandthWidths) {
-  const auto bytes = barcode::BarcodeFontBytes();
-  EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.end()),
-            FileBytes(std::string(VELMORA_SOURCE_DIR) + "/resources/code_pdf417.ttf"));
-  const auto m = platform::MeasureFontBytes(bytes.data(), bytes.size());
-  ASSERT_TRUE(m.has_value());
-  EXPECT_EQ(m->family, "Code PDF417");
-  EXPECT_EQ(m->widths['+'], 1000);
-  for (int c = 'A'; c <= 'P'; ++c) EXPECT_EQ(m->widths[static_cast<size_t>(c)], 250) << char(c);
-}
 
 // The dark modules each glyph draws, read from its outline: at 8 pt a module (128 units of 2048)
 // is 0.5 pt and every glyph 2 pt high, from the baseline up.

@@ -1,12 +1,15 @@
 #include <fontconfig/fontconfig.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "pdf/pdf_fixture.h"
 #include "support/font_test_env.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
@@ -22,15 +25,7 @@ struct {
 
 const std::string kFontSource = std::string(VELMORA_SOURCE_DIR) + "/resources/";
 
-int32_t NumberOf(const std::function<void()>& action, std::string* text = nullptr) {
-  try {
-    action();
-  } catch (const Error& e) {
-    if (text) *text = e.Description;
-    return e.Number;
-  }
-  return 0;
-}
+using testing::ErrorNumber;
 
 bool FontconfigKnows(const char* family) {
   FcPattern* pattern = FcPatternBuild(nullptr, FC_FAMILY, FcTypeString, family, nullptr);
@@ -51,10 +46,16 @@ TEST(jrInstalarFuente, FontsFolderIsTheUsersDataFolder) {
   setenv("XDG_DATA_HOME", "", 1);
   setenv("HOME", "/home/someone", 1);
   EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), "/home/someone/.local/share/fonts");
+  // A till started as a service has no HOME: the account's home from the password database
+  // (only looked at here; the test setup pins it elsewhere so nothing is installed there).
   setenv("HOME", "", 1);
+  platform::SetAccountHomeForTesting({});
+  EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), std::string(getpwuid(getuid())->pw_dir) + "/.local/share/fonts");
+  platform::SetAccountHomeForTesting([] { return std::string(); });
   std::string text;
-  EXPECT_EQ(NumberOf([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
+  EXPECT_EQ(ErrorNumber([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
   EXPECT_EQ(text, "No se ha podido determinar el directorio de fuentes del sistema.");
+  testing::TestFonts().PinAccountHome();
   setenv("XDG_DATA_HOME", data.c_str(), 1);
   setenv("HOME", home.c_str(), 1);
 }
@@ -91,7 +92,7 @@ TEST(jrInstalarFuente, InstalarRefusesWhatItCannotInstall) {
     inst.FicheroTTF = c.file;
     if (!c.path.empty()) inst.PathTTF(c.path);
     std::string text;
-    EXPECT_EQ(NumberOf([&] { inst.Instalar(); }, &text), static_cast<int32_t>(c.number)) << c.file;
+    EXPECT_EQ(ErrorNumber([&] { inst.Instalar(); }, &text), static_cast<int32_t>(c.number)) << c.file;
     EXPECT_EQ(text, c.text);
   }
   // The short name was copied before its refusal, as the old installer did.
@@ -105,7 +106,7 @@ TEST(jrInstalarFuente, InstallsRegistersAndRemovesTheFont) {
   const std::string installed = inst.DirectorioFuentesSistema() + "/code_pdf417.ttf";
 
   for (int time = 0; time < 2; ++time) {  // a second install copies over and registers again
-    ASSERT_EQ(NumberOf([&] { inst.Instalar(); }), 0);
+    ASSERT_EQ(ErrorNumber([&] { inst.Instalar(); }), 0);
     ASSERT_TRUE(fs::exists(installed));
     EXPECT_EQ(fs::file_size(installed), fs::file_size(kFontSource + "code_pdf417.ttf"));
     struct stat st{};
@@ -125,10 +126,10 @@ TEST(jrInstalarFuente, InstallsRegistersAndRemovesTheFont) {
   EXPECT_FALSE(fs::exists(installed));
 
   std::string text;
-  EXPECT_EQ(NumberOf([&] { inst.Desinstalar(true); }, &text), static_cast<int32_t>(0x80040008u));
+  EXPECT_EQ(ErrorNumber([&] { inst.Desinstalar(true); }, &text), static_cast<int32_t>(0x80040008u));
   EXPECT_EQ(text, "No se ha podido desinstalar la fuente code_pdf417.ttf");
   inst.FicheroTTF.clear();
-  EXPECT_EQ(NumberOf([&] { inst.Desinstalar(false); }), static_cast<int32_t>(0x80040003u));
+  EXPECT_EQ(ErrorNumber([&] { inst.Desinstalar(false); }), static_cast<int32_t>(0x80040003u));
 }
 
 }  // namespace

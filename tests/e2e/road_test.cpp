@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -12,7 +13,9 @@
 
 #include "../interface/interface_fixture.h"
 #include "platform/attributes.h"
+#include "platform/paths.h"
 #include "platform/profile.h"
+#include "support/font_test_env.h"
 #include "test_processes.h"
 #include "velmora/interface.h"
 
@@ -113,7 +116,6 @@ TEST(Road, AnHttpsServiceNeverLeadsThePasswordToPlainHttp) {
 TEST(Road, BatchPartlyRejectedGivesOneRowPerItem) {
   SimulatorProcess sim;
   InterfaceFixture f(Ini(sim));
-  setenv("VELMORA_PDF_VIEWER", "", 1);
   CInterface iface;
   Finish finish;
   Watch(iface, finish);
@@ -124,12 +126,11 @@ TEST(Road, BatchPartlyRejectedGivesOneRowPerItem) {
     request.CodigoDispensado = i == 1 ? "sim:batch-rejected" : "65432" + std::to_string(i);
     ASSERT_TRUE(list.aniadirDispensacion(request));
   }
-  auto response = iface.SolicitudDispensaciones(list, true);
+  auto response = iface.SolicitudDispensaciones(list);
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_EQ(finish.type, rspReceived);
   EXPECT_FALSE(response->DispensacionRealizada());
   EXPECT_EQ(response->ResultadoDispensacion().Count(), 5u);
-  EXPECT_TRUE(f.Exists("velmora.pdf"));
   const auto records = sim.Records();
   ASSERT_EQ(records.size(), 1u);
   EXPECT_EQ(SimulatorProcess::Field(records[0], "operation"), "SolicitudDispensacionMasiva");
@@ -148,6 +149,52 @@ TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3 + 2));
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_TRUE(f.LogHas("CAuditor.Save:(70)Permiso denegado")) << f.Log();
+}
+
+// A desktop till as installed: the viewer variable unset, xdg-open on PATH, DISPLAY set. The
+// printed batch reaches the service and the viewer gets the receipt; with no HOME (a till run as
+// a service), a viewer that does not exist, or no fonts folder at all, the batch still goes and
+// the printing failure is in Errores.
+TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
+  SimulatorProcess sim;
+  struct Case {
+    const char* name;
+    const char* viewer;  // VELMORA_PDF_VIEWER; nullptr: unset
+    bool home, accountHome;
+    std::string errors, logged;
+  };
+  size_t sent = 0;
+  for (const Case& c : {Case{"desktop", nullptr, true, true, "", ""}, Case{"service", nullptr, false, true, "", ""},
+                        Case{"no viewer", "no-such-viewer", true, true, "53 ", "cPDF.Show:(53)No se encontró el archivo"},
+                        Case{"no fonts folder", nullptr, false, false, "-2147221503 ", "Dispensaciones:(-2147221503)"}}) {
+    InterfaceFixture f(Ini(sim));
+    f.folder.Write("xdg-open", "#!/bin/sh\necho \"$@\" >> " + f.folder.Path("viewed.txt") + "\n");
+    chmod(f.folder.Path("xdg-open").c_str(), 0700);
+    const std::string path = getenv("PATH"), home = getenv("HOME") ? getenv("HOME") : "", data = getenv("XDG_DATA_HOME");
+    setenv("PATH", (f.folder.Root() + ":" + path).c_str(), 1);
+    c.viewer ? setenv("VELMORA_PDF_VIEWER", c.viewer, 1) : unsetenv("VELMORA_PDF_VIEWER");
+    setenv("DISPLAY", ":0", 1);
+    if (!c.home) unsetenv("HOME"), unsetenv("XDG_DATA_HOME");
+    if (!c.accountHome) platform::SetAccountHomeForTesting([] { return std::string(); });
+    CInterface iface;
+    Finish finish;
+    Watch(iface, finish);
+    CListadoDispensaciones list;
+    auto request = CompleteRequest();
+    ASSERT_TRUE(list.aniadirDispensacion(request));
+    auto response = iface.SolicitudDispensaciones(list, true);
+    testing::TestFonts().PinAccountHome();
+    setenv("PATH", path.c_str(), 1), setenv("HOME", home.c_str(), 1), setenv("XDG_DATA_HOME", data.c_str(), 1);
+    setenv("VELMORA_PDF_VIEWER", "", 1), unsetenv("DISPLAY");
+    EXPECT_TRUE(response->DatosValidos) << c.name;
+    EXPECT_EQ(finish.type, rspReceived) << c.name;
+    EXPECT_EQ(sim.Records().size(), ++sent) << c.name;
+    EXPECT_EQ(ErrorNumbers(iface.Errores()), c.errors) << c.name;
+    EXPECT_TRUE(f.LogHas(c.logged)) << c.name << "\n" << f.Log();
+    const bool viewed = testing::WaitFor(
+        [&] { return f.folder.Read("viewed.txt") == f.folder.Path("velmora.pdf") + "\n"; }, std::chrono::seconds(c.errors.empty() ? 10 : 0));
+    EXPECT_EQ(viewed, c.errors.empty()) << c.name << ": " << f.folder.Read("viewed.txt");
+  }
 }
 
 }  // namespace

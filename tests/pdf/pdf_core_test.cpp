@@ -1,3 +1,5 @@
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "pdf_fixture.h"
@@ -69,30 +71,25 @@ TEST_F(PdfTest, PropertiesAreWrittenUnescaped) {
   EXPECT_NE(doc.find("/CreationDate (D:20010203040506)\r"), std::string::npos);
 }
 
-TEST_F(PdfTest, MemoryModeReturnsFileNameAndShowDoesNothing) {
+// Memory mode hands back FileName and shows nothing; file mode replaces a file, private.
+TEST_F(PdfTest, MemoryAndFileModes) {
   cPDF pdf;
   pdf.FileName = Path("never.pdf");
   std::string name;
   ASSERT_TRUE(pdf.PDFCreate(name));
   EXPECT_EQ(name, Path("never.pdf"));
   pdf.PDFClose();
-  pdf.Show();
+  EXPECT_FALSE(pdf.Show().has_value());
+  EXPECT_FALSE(pdf.GetPDFStream().empty());
   struct stat st {};
   EXPECT_NE(stat(Path("never.pdf").c_str(), &st), 0);
-  EXPECT_FALSE(pdf.GetPDFStream().empty());
-}
-
-TEST_F(PdfTest, FileModeReplacesAnExistingFileAndHasNoStream) {
   folder_->Write("old.pdf", std::string(100000, 'x'));
-  cPDF pdf;
   ASSERT_TRUE(pdf.PDFCreate(Path("old.pdf")));
   pdf.PDFClose();
   EXPECT_TRUE(pdf.GetPDFStream().empty());
-  std::string bytes = ReadBinary(Path("old.pdf"));
-  EXPECT_EQ(bytes.substr(0, 8), "%PDF-1.3");
-  EXPECT_LT(bytes.size(), 1000u);
-  struct stat st {};
+  EXPECT_EQ(ReadBinary(Path("old.pdf")).substr(0, 8), "%PDF-1.3");
   ASSERT_EQ(stat(Path("old.pdf").c_str(), &st), 0);
+  EXPECT_LT(st.st_size, 1000);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
 }
 
@@ -101,11 +98,21 @@ TEST_F(PdfTest, CreateFailureReturnsFalseAndLeavesNoFile) {
   EXPECT_FALSE(pdf.PDFCreate(Path("no/such/folder/x.pdf")));
   struct stat st {};
   EXPECT_NE(stat(Path("no/such/folder/x.pdf").c_str(), &st), 0);
-  // A full disk: the start of the document cannot be written and nothing is left behind.
-  if (stat("/dev/full", &st) == 0) {
-    cPDF onFull;
-    EXPECT_FALSE(onFull.PDFCreate(std::string("/dev/full")));
-  }
+  // The start of the document cannot be written (a file size limit stands in for a full disk):
+  // a file the writer created goes, one it found (even empty) stays, as does a pipe nobody reads.
+  folder_->Write("found.pdf", "");
+  ASSERT_EQ(mkfifo(Path("pipe.pdf").c_str(), 0600), 0);
+  rlimit limit{}, small{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  small = {100, limit.rlim_max};
+  auto oldHandler = signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  for (const char* name : {"new.pdf", "found.pdf", "pipe.pdf"}) EXPECT_FALSE(cPDF().PDFCreate(Path(name))) << name;
+  setrlimit(RLIMIT_FSIZE, &limit);
+  signal(SIGXFSZ, oldHandler);
+  EXPECT_NE(stat(Path("new.pdf").c_str(), &st), 0);
+  EXPECT_EQ(stat(Path("found.pdf").c_str(), &st), 0);
+  EXPECT_EQ(stat(Path("pipe.pdf").c_str(), &st), 0);
 }
 
 TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
@@ -118,20 +125,16 @@ TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
 
   auto older = std::make_unique<cPDF>();
   ASSERT_TRUE(older->PDFCreate(Path("older.pdf")));
-  cPDF newer;  // takes the thread's writer over
+  cPDF newer;  // takes the thread's writer over: the older one's writes are refused
+  EXPECT_EQ(ErrorNumber([&] { older->NewPage(); }), 5);
   ASSERT_TRUE(newer.PDFCreate(Path("newer.pdf")));
+  for (auto write : std::vector<std::function<void()>>{[&] { older->WCode("x"); }, [&] { older->LineStroke(); },
+                                                       [&] { older->PDFClose(); }})
+    EXPECT_EQ(ErrorNumber(write), 5);
   older.reset();
   newer.NewPage();
   newer.PDFClose();
   EXPECT_EQ(XrefProblems(ReadBinary(Path("newer.pdf"))), "");
-}
-
-TEST_F(PdfTest, WCodeWritesARawLine) {
-  std::string doc = InMemory([](cPDF& pdf) {
-    pdf.NewPage();
-    pdf.WCode("0 0 m 10 10 l S");
-  });
-  EXPECT_NE(doc.find("stream\r0 0 m 10 10 l S\rendstream\rendobj\r7 0 obj\r16\rendobj\r"), std::string::npos);
 }
 
 TEST_F(PdfTest, ObjectNumbersSkipTwoToFourAndOverflowIsAnError) {
@@ -152,32 +155,27 @@ TEST_F(PdfTest, NumberAndTextFormatsAtTheirEdges) {
   EXPECT_EQ(pdf::HexString("日"), "3F");         // outside Windows-1252: "?"
 }
 
-TEST_F(PdfTest, CollectionsAreKeyedAndRaise) {
-  cObjetos objs;
-  objs.Add(7, 123);
-  EXPECT_EQ(objs.Item("7N").OffSet, 123);
-  EXPECT_EQ(objs.Item(1).pdfObj, 7);
-  EXPECT_EQ(ErrorNumber([&] { objs.Item("8N"); }), 5);
-  EXPECT_EQ(ErrorNumber([&] { objs.Item(2); }), 9);
-  cFonts fonts;
-  fonts.Add("F1", "Helvetica", Type1);
-  EXPECT_EQ(ErrorNumber([&] { fonts.Add("F1", "Courier", Type1); }), 457);
-  EXPECT_EQ(fonts.Count(), 1);
-  fonts.RemoveAll();
-  EXPECT_EQ(fonts.Count(), 0);
-}
-
+// The viewer by its path or by a bare name on PATH; one that is missing comes back as 53 and is
+// never raised.
 TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
   std::string marker = Path("viewed.txt");
   // A viewer that records the file it was given.
-  folder_->Write("viewer.sh", "#!/bin/sh\necho \"$1\" > " + marker + "\n");
+  folder_->Write("viewer.sh", "#!/bin/sh\necho \"$1\" >> " + marker + "\n");
   chmod(Path("viewer.sh").c_str(), 0700);
-  setenv("VELMORA_PDF_VIEWER", Path("viewer.sh").c_str(), 1);
+  const std::string path = getenv("PATH");
+  setenv("PATH", ("/nonexistent:" + folder_->Root()).c_str(), 1);
   cPDF pdf;
   ASSERT_TRUE(pdf.PDFCreate(Path("shown.pdf")));
   pdf.PDFClose();
-  pdf.Show();
-  EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n"; }, std::chrono::seconds(10)));
+  for (const std::string& viewer : {Path("viewer.sh"), std::string("viewer.sh"), std::string("no-such-viewer")}) {
+    setenv("VELMORA_PDF_VIEWER", viewer.c_str(), 1);
+    const std::optional<Error> failure = pdf.Show();
+    EXPECT_EQ(failure ? failure->Number : 0, viewer == "no-such-viewer" ? 53 : 0) << viewer;
+    EXPECT_EQ(failure ? failure->Description : "", viewer == "no-such-viewer" ? "No se encontró el archivo" : "");
+  }
+  EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
+                      std::chrono::seconds(10)));
+  setenv("PATH", path.c_str(), 1);
 }
 
 TEST_F(PdfTest, TwoHundredFiftyPagesInOnePass) {

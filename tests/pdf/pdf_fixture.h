@@ -15,11 +15,12 @@
 
 namespace velmora::testing {
 
-// The Error number `action` raises; 0 when it raises nothing.
-inline int32_t ErrorNumber(const std::function<void()>& action) {
+// The Error number `action` raises (its text into `text` when given); 0 when it raises nothing.
+inline int32_t ErrorNumber(const std::function<void()>& action, std::string* text = nullptr) {
   try {
     action();
   } catch (const Error& e) {
+    if (text) *text = e.Description;
     return e.Number;
   }
   return 0;

@@ -1,5 +1,8 @@
 #include <zlib.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "pdf_fixture.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -72,14 +75,8 @@ TEST_F(PdfTest, RawZippedAndGreyImages) {
   EXPECT_NE(doc.find("/Name /Zip\r/BitsPerComponent 8\r/ColorSpace /DeviceRGB\r/Filter /FlateDecode\r"),
             std::string::npos);
 
-  std::string grey = StreamOf(doc, 7);
-  ASSERT_EQ(grey.size(), 18u);
-  for (size_t i = 0; i < 18; i += 3) {
-    EXPECT_EQ(grey[i], grey[i + 1]);
-    EXPECT_EQ(grey[i], grey[i + 2]);
-    EXPECT_EQ(static_cast<uint8_t>(grey[i]),
-              pdf::Grey(p.Pixels[i], p.Pixels[i + 1], p.Pixels[i + 2]));
-  }
+  // Grey keeps three equal components per pixel: (0, 255, 100) is 161.
+  EXPECT_EQ(StreamOf(doc, 7).substr(0, 3), "\xA1\xA1\xA1");
 
   EXPECT_NE(doc.find("stream\rq\r1 0 0 1 100 642 cm\r90 0 0 60 0 0  cm\r/Raw Do\rQ\r"
                      "q\r1 0 0 1 100 542 cm\r0.0000 1.0000 -1.0000 0.0000 0 0 cm \r90 0 0 60 0 0  cm\r/Zip Do\rQ\r"),
@@ -103,6 +100,18 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
                                0x01, 0x00, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3B};
   folder_->Write("p.gif", std::string(reinterpret_cast<const char*>(gif), sizeof gif));
 
+  // The same BMP stored from the top row down (negative height), and a PNG whose transparent
+  // pixel must print white and whose half-transparent black one half way to white.
+  std::string topDown = ReadBinary(Path("p.bmp"));
+  const int32_t negative = -8;
+  std::memcpy(topDown.data() + 22, &negative, 4);
+  for (size_t row = 0; row < 4; ++row)
+    std::swap_ranges(topDown.begin() + 54 + 48 * static_cast<long>(row), topDown.begin() + 54 + 48 * static_cast<long>(row + 1),
+                     topDown.begin() + 54 + 48 * static_cast<long>(7 - row));
+  folder_->Write("top.bmp", topDown);
+  const uint8_t rgba[] = {255, 0, 0, 0, 0, 0, 0, 128};
+  ASSERT_TRUE(stbi_write_png(Path("alpha.png").c_str(), 2, 1, 4, rgba, 8));
+
   std::vector<uint8_t> logo = SourceBytes("resources/receipt_logo.png");
   ASSERT_FALSE(logo.empty());
 
@@ -112,6 +121,8 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
     pdf.LoadImageFromFile(Path("p.bmp"), "Bmp");
     pdf.LoadImageFromFile(Path("p.gif"), "Gif");
     pdf.LoadImageFromMemory(logo.data(), logo.size(), "logoMarvo", false, true);
+    pdf.LoadImageFromFile(Path("top.bmp"), "Top");
+    pdf.LoadImageFromFile(Path("alpha.png"), "Alpha");
     pdf.NewPage();
     pdf.WImage(100, 50, 80, 160, "Png");
     pdf.WImage(200, 50, 80, 160, "Jpg");
@@ -121,6 +132,8 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
   });
   EXPECT_EQ(StreamOf(doc, 7), std::string(rgb.begin(), rgb.end())) << "BMP pixels, top row first";
   EXPECT_EQ(StreamOf(doc, 8), std::string("\xFF\xFF\xFF", 3));
+  EXPECT_EQ(StreamOf(doc, 10), std::string(rgb.begin(), rgb.end())) << "top-down BMP";
+  EXPECT_EQ(StreamOf(doc, 11), std::string("\xFF\xFF\xFF\x7F\x7F\x7F", 6));
 }
 
 TEST_F(PdfTest, BadPicturesAreErrorsToTheCaller) {
@@ -133,6 +146,9 @@ TEST_F(PdfTest, BadPicturesAreErrorsToTheCaller) {
   for (const std::string& file : {Path("corrupt.png"), crashes + "png_chunk_longer_than_file.png",
                                   crashes + "bmp_huge_without_pixels.bmp"})
     EXPECT_EQ(ErrorNumber([&] { pdf.LoadImageFromFile(file, "A"); }), 481) << file;
+  std::string text;
+  ErrorNumber([&] { pdf.LoadImageFromFile(crashes + "bmp_huge_without_pixels.bmp", "A"); }, &text);
+  EXPECT_EQ(text, "Imagen no válida: tiene más de 25000000 píxeles");
   EXPECT_THROW(pdf.LoadImage(PdfPicture{2, 2, {1, 2, 3}}, "A"), Error);
   EXPECT_THROW(pdf.LoadImageFromMemory(nullptr, 0, "A"), Error);
   pdf.LoadImage(PdfPicture{1, 1, {1, 2, 3}}, "A");

@@ -1,3 +1,6 @@
+#include <cmath>
+#include <tuple>
+
 #include "pdf_fixture.h"
 
 namespace velmora::testing {
@@ -31,7 +34,7 @@ TEST_F(PdfTest, TrueTypeFontObjectsByteForByte) {
   EXPECT_EQ(bytes, expected);
 }
 
-TEST_F(PdfTest, TrueTypeMetricsComeFromTheMetricCompatibleFace) {
+TEST_F(PdfTest, MetricsComeFromTheFaceOrItsMetricCompatibleStandIn) {
   cPDF pdf;
   cFont& arial = pdf.Fonts.Add("F4", "Arial");
   arial.Measure();
@@ -52,6 +55,16 @@ TEST_F(PdfTest, TrueTypeMetricsComeFromTheMetricCompatibleFace) {
   EXPECT_EQ(bold.Widths['a'], 556);
   EXPECT_EQ(bold.Widths['b'], 611);  // 556 in the regular face
   EXPECT_EQ(pdf.GetTextWidth("AA", "F4", 10), 13.34);
+  // The two symbol faces have no metric-compatible system face: their own metrics, by the code
+  // of their built-in encoding (Symbol's "a" is alpha, ZapfDingbats' "!" a scissors).
+  for (const auto& [face, code, width] : {std::tuple{"Symbol", 'a', 631}, {"Symbol", ' ', 250},
+                                          {"ZapfDingbats", '!', 974}, {"ZapfDingbats", 'n', 761}}) {
+    cFont type1;
+    type1.BaseFont = face;
+    type1.fType = Type1;
+    type1.Measure();
+    EXPECT_EQ(type1.Widths[static_cast<size_t>(code)], width) << face << " " << code;
+  }
 }
 
 TEST_F(PdfTest, TextWithAccentsIsHexOfWindows1252AndRendersAsAccents) {
@@ -131,6 +144,14 @@ TEST_F(TextBoxTest, WidthsAndBreaking) {
   EXPECT_EQ(pdf_.BreakLines("ñandú", "C", 10, 300), std::vector<std::string>{"ñandú"});
   EXPECT_EQ(pdf_.GetCellHeight("aaa bbb ccc ddd", "C", 10, 70), 20.0);
   EXPECT_EQ(pdf_.GetCellHeight("", "C", 10, 70), 0.0);
+  // No room at all: a character a line, and the breaking ends.
+  for (double width : {0.0, -5.0, std::nan("")}) {
+    EXPECT_EQ(pdf_.BreakLines("ab c", "C", 10, width), (std::vector<std::string>{"a", "b", "c"})) << width;
+    EXPECT_EQ(pdf_.GetCellHeight("ab c", "C", 10, width), 30.0) << width;
+  }
+  // A margin wider than half the box leaves it no width.
+  pdf_.WTextBox(100, 50, 40, 10, "ab", "C", 10, hLeft, vTop, 0, 0, 0, false, 6);
+  EXPECT_NE(Content(pdf_).find("<61> Tj\r1 0 0 1 56.00 "), std::string::npos) << Content(pdf_);
 }
 
 TEST_F(TextBoxTest, HorizontalAndVerticalAlignment) {

@@ -32,6 +32,8 @@ TEST(ReceiptDataText, FieldsAndTheHealthCard) {
   const std::vector<Case> cases = {
       {"all fields, card of 7", Request("20240115", "2812345", "654321", "2"), "ABC1234",
        "20240115" + kZeros + "|2812345" + kFixed + "|654321|2|00ABC1234"},
+      {"card of 7 characters in 8 bytes", Request("20240115", "1", "2", "3"), "ÑAB1234",
+       "20240115" + kZeros + "|1" + kFixed + "|2|3|00ÑAB1234"},
       {"card of 12 unchanged", Request("20240115", "1", "2", "3"), "ABCD12345678",
        "20240115" + kZeros + "|1" + kFixed + "|2|3|ABCD12345678"},
       {"empty fields take their zeros", Request("", "", "", ""), "",

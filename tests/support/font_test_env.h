@@ -7,11 +7,14 @@
 #include <string>
 #include <system_error>
 
+#include "platform/paths.h"
+
 namespace velmora::testing {
 
 // A private font setup for a test program: XDG data and cache folders in a temporary folder and
 // a fontconfig configuration that sees the system's fonts and aliases plus that data folder's
-// fonts, and writes its caches only into that cache folder. Construct it before anything uses
+// fonts, and writes its caches only into that cache folder, and the account's home pinned inside
+// it. Construct it before anything uses
 // fontconfig (a namespace-scope object does), since fontconfig reads all this once.
 class FontTestEnvironment {
  public:
@@ -31,7 +34,10 @@ class FontTestEnvironment {
                            "  <include ignore_missing=\"yes\">/etc/fonts/conf.d</include>\n"
                            "</fontconfig>\n";
     setenv("FONTCONFIG_FILE", conf.c_str(), 1);
+    PinAccountHome();
   }
+  // With HOME unset the fonts folder falls back to the account's home: a folder of this setup.
+  void PinAccountHome() const { platform::SetAccountHomeForTesting([home = root_ + "/account"] { return home; }); }
   ~FontTestEnvironment() {
     std::error_code ec;
     std::filesystem::remove_all(root_, ec);
