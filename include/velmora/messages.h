@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "velmora/collection.h"
 #include "velmora/export.h"
@@ -95,6 +96,9 @@ class VELMORA_API CPeticionDispensacion : public IObject {
   std::shared_ptr<XmlNodeList> IObject_ToXML();
   bool IObject_FromXML(const XmlNodeList& nodes);
   bool IObject_RequiredFields();
+  // The fields that keep IObject_RequiredFields false, by name ("Importe", "Tis", ...): empty,
+  // or a date that does not read as one. Empty when the request can be sent. Logs nothing.
+  std::vector<std::string> MissingFields() const;
 
   std::shared_ptr<XmlNodeList> ToXML() override { return IObject_ToXML(); }
   bool FromXML(const XmlNodeList& nodes) override { return IObject_FromXML(nodes); }
@@ -117,6 +121,12 @@ class VELMORA_API CRespuestaPeticion : public IObject {
   Collection<std::string> m_colCodigoAviso;
   bool DatosValidos = false;
   bool DispensacionRealizada() const { return dispensacionRealizada_; }
+  // Where the answer came from, a ResponseTypeEnum value: 1 the service, 2 the default
+  // response file, 3 the internal response (also when the call failed on its way).
+  int32_t TipoRespuesta = 3;
+  // When the service did not answer and the executor logged why: "(<number>) <text>" of its
+  // first error. Empty otherwise.
+  std::string FalloEjecutor;
 
   std::function<void()> onEndTransformToXML;
   std::function<void()> onBeforeTransformToXML;
@@ -180,6 +190,10 @@ class VELMORA_API CRespDispensaciones : public IObject {
   bool blnCodigoErrorDisp = false;
   bool DatosValidos = false;
   bool DispensacionRealizada() const { return dispensacionRealizada_; }
+  // Where the answer came from and why the executor failed, as in CRespuestaPeticion (this
+  // TipoRespuesta is the whole answer's, not a row's).
+  int32_t TipoRespuesta = 3;
+  std::string FalloEjecutor;
   const Collection<CRespError>& ResultadoDispensacion() const { return resultado_; }
   // Appends a copy of the row. Always true.
   bool addDispensationResult(const CRespError& objRespError);

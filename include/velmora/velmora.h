@@ -17,7 +17,8 @@
  *    refused with VELMORA_ERR_INVALID_UTF8.
  *  - Output values are written only when the call returns VELMORA_OK.
  *  - Handles come from a _create function or from a call that says "new handle"; each is given
- *    back with its own _release function, once. Handles are independent: releasing a request
+ *    back with its own _release function, once. Releasing NULL does nothing and answers
+ *    VELMORA_OK, like free(NULL). Handles are independent: releasing a request
  *    does not touch a batch it was added to, and a response outlives the interface that made it.
  *  - Returned "const char *" strings are borrowed: the library owns them, the host never frees
  *    them, and each function says how long its string stays valid. Copy what you keep.
@@ -38,6 +39,7 @@
 #include <stdint.h>
 
 #include "velmora/export.h"
+#include "velmora/version.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -59,7 +61,8 @@ typedef enum velmora_status {
  * "unknown status". */
 VELMORA_API const char *velmora_status_text(int status);
 
-/* The library's version, "major.minor.patch"; static storage. */
+/* The library's version, "major.minor.patch"; static storage. Compare with
+ * VELMORA_VERSION_STRING to tell the library loaded at run time from the headers built against. */
 VELMORA_API const char *velmora_version(void);
 
 /* Enumerations, with the values of the C++ interface. */
@@ -195,6 +198,13 @@ VELMORA_API int velmora_CPeticionDispensacion_SetSaveSOAPMsgToFile(velmora_CPeti
 VELMORA_API int velmora_CPeticionDispensacion_SaveSOAPMsgToFile(const velmora_CPeticionDispensacion *request,
                                                                 int *out);
 
+/* The fields that keep the request from being sent (error 32002), by name and separated by
+ * ", " ("Importe, Tis"): required and empty, or a date that does not read as one. "" when the
+ * request is complete. *out is valid until the next call of this function on the handle or its
+ * release. */
+VELMORA_API int velmora_CPeticionDispensacion_MissingFields(velmora_CPeticionDispensacion *request,
+                                                            const char **out);
+
 /* ---- CListadoDispensaciones ------------------------------------------------------------- */
 
 /* New, empty batch handle. */
@@ -230,6 +240,14 @@ VELMORA_API int velmora_CRespuestaPeticion_DispensacionRealizada(const velmora_C
 VELMORA_API int velmora_CRespuestaPeticion_m_intNAvisos(const velmora_CRespuestaPeticion *response, int16_t *out);
 VELMORA_API int velmora_CRespuestaPeticion_m_intNMotivosRechazo(const velmora_CRespuestaPeticion *response,
                                                                 int16_t *out);
+/* Where the answer came from: VELMORA_rspReceived (the service), VELMORA_rspDefault (the default
+ * response file) or VELMORA_rspInternal (the internal response, also when the call failed). */
+VELMORA_API int velmora_CRespuestaPeticion_TipoRespuesta(const velmora_CRespuestaPeticion *response,
+                                                         int32_t *out);
+/* When the service did not answer and executor.exe logged why: "(<number>) <text>" of its first
+ * error; else "". Valid until the response handle is released. */
+VELMORA_API int velmora_CRespuestaPeticion_FalloEjecutor(const velmora_CRespuestaPeticion *response,
+                                                         const char **out);
 /* Number of items in a collection (velmora_RespuestaColeccion). */
 VELMORA_API int velmora_CRespuestaPeticion_Count(const velmora_CRespuestaPeticion *response, int collection,
                                                  size_t *out);
@@ -246,6 +264,11 @@ VELMORA_API int velmora_CRespDispensaciones_DispensacionRealizada(const velmora_
 /* 1 when the service's overall result code was "0" (the whole batch accepted). */
 VELMORA_API int velmora_CRespDispensaciones_blnCodigoErrorDisp(const velmora_CRespDispensaciones *response,
                                                                int *out);
+/* As velmora_CRespuestaPeticion_TipoRespuesta and _FalloEjecutor, for the whole batch. */
+VELMORA_API int velmora_CRespDispensaciones_TipoRespuesta(const velmora_CRespDispensaciones *response,
+                                                          int32_t *out);
+VELMORA_API int velmora_CRespDispensaciones_FalloEjecutor(const velmora_CRespDispensaciones *response,
+                                                          const char **out);
 /* Number of rows of ResultadoDispensacion. */
 VELMORA_API int velmora_CRespDispensaciones_Count(const velmora_CRespDispensaciones *response, size_t *out);
 /* One 1-based row (a CRespError). Every output is required; the strings are valid until the

@@ -21,7 +21,7 @@ VELMORA_API int velmora_CListadoDispensaciones_create(velmora_CListadoDispensaci
 
 VELMORA_API int velmora_CListadoDispensaciones_release(velmora_CListadoDispensaciones* list) {
   return Boundary(__func__, [&] {
-    if (!list) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!list) return VELMORA_OK;  // like free(NULL)
     if (list->busy) return VELMORA_ERR_BUSY;
     delete list;
     return VELMORA_OK;

@@ -11,10 +11,19 @@ extern "C" {
 
 VELMORA_API int velmora_CRespDispensaciones_release(velmora_CRespDispensaciones* response) {
   return Boundary(__func__, [&] {
-    if (!response) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!response) return VELMORA_OK;  // like free(NULL)
     delete response;
     return VELMORA_OK;
   });
+}
+
+VELMORA_API int velmora_CRespDispensaciones_TipoRespuesta(const velmora_CRespDispensaciones* response, int32_t* out) {
+  return velmora::capi::Read(__func__, response, out, [&] { return response->impl->TipoRespuesta; });
+}
+
+VELMORA_API int velmora_CRespDispensaciones_FalloEjecutor(const velmora_CRespDispensaciones* response,
+                                                          const char** out) {
+  return velmora::capi::Read(__func__, response, out, [&] { return response->impl->FalloEjecutor.c_str(); });
 }
 
 VELMORA_API int velmora_CRespDispensaciones_DatosValidos(const velmora_CRespDispensaciones* response, int* out) {

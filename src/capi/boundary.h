@@ -36,4 +36,15 @@ bool AllSet(const P*... pointers) {
   return ((pointers != nullptr) && ...);
 }
 
+// A getter's whole body: VELMORA_ERR_NULL_ARGUMENT for a null handle or output, else
+// *out = get().
+template <class Handle, class T, class Get>
+int Read(const char* function, const Handle* handle, T* out, Get&& get) noexcept {
+  return Boundary(function, [&] {
+    if (!AllSet(handle, out)) return VELMORA_ERR_NULL_ARGUMENT;
+    *out = get();
+    return VELMORA_OK;
+  });
+}
+
 }  // namespace velmora::capi

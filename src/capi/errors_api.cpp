@@ -11,7 +11,7 @@ extern "C" {
 
 VELMORA_API int velmora_CError_release(velmora_CError* errors) {
   return Boundary(__func__, [&] {
-    if (!errors) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!errors) return VELMORA_OK;  // like free(NULL)
     delete errors;
     return VELMORA_OK;
   });

@@ -38,6 +38,7 @@ struct velmora_CInterface {
 
 struct velmora_CPeticionDispensacion {
   velmora::CPeticionDispensacion impl;
+  std::string missingFields;  // the last text handed out by _MissingFields
   int busy = 0;
 };
 

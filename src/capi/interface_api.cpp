@@ -23,7 +23,7 @@ VELMORA_API int velmora_CInterface_create(velmora_CInterface** out) {
 
 VELMORA_API int velmora_CInterface_release(velmora_CInterface* iface) {
   return Boundary(__func__, [&] {
-    if (!iface) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!iface) return VELMORA_OK;  // like free(NULL)
     if (iface->busy) return VELMORA_ERR_BUSY;
     delete iface;
     return VELMORA_OK;

@@ -21,7 +21,7 @@ VELMORA_API int velmora_CPeticionDispensacion_create(velmora_CPeticionDispensaci
 
 VELMORA_API int velmora_CPeticionDispensacion_release(velmora_CPeticionDispensacion* request) {
   return Boundary(__func__, [&] {
-    if (!request) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!request) return VELMORA_OK;  // like free(NULL)
     if (request->busy) return VELMORA_ERR_BUSY;
     delete request;
     return VELMORA_OK;
@@ -102,6 +102,16 @@ VELMORA_API int velmora_CPeticionDispensacion_SaveSOAPMsgToFile(const velmora_CP
     if (!AllSet(request, out)) return VELMORA_ERR_NULL_ARGUMENT;
     *out = request->impl.SaveSOAPMsgToFile ? 1 : 0;
     return VELMORA_OK;
+  });
+}
+
+VELMORA_API int velmora_CPeticionDispensacion_MissingFields(velmora_CPeticionDispensacion* request,
+                                                            const char** out) {
+  return velmora::capi::Read(__func__, request, out, [&] {
+    request->missingFields.clear();
+    for (const std::string& name : request->impl.MissingFields())
+      request->missingFields += (request->missingFields.empty() ? "" : ", ") + name;
+    return request->missingFields.c_str();
   });
 }
 

@@ -25,7 +25,7 @@ extern "C" {
 
 VELMORA_API int velmora_CRespuestaPeticion_release(velmora_CRespuestaPeticion* response) {
   return Boundary(__func__, [&] {
-    if (!response) return VELMORA_ERR_NULL_ARGUMENT;
+    if (!response) return VELMORA_OK;  // like free(NULL)
     delete response;
     return VELMORA_OK;
   });
@@ -63,6 +63,15 @@ VELMORA_API int velmora_CRespuestaPeticion_m_intNMotivosRechazo(const velmora_CR
     *out = response->impl->m_intNMotivosRechazo;
     return VELMORA_OK;
   });
+}
+
+VELMORA_API int velmora_CRespuestaPeticion_TipoRespuesta(const velmora_CRespuestaPeticion* response, int32_t* out) {
+  return velmora::capi::Read(__func__, response, out, [&] { return response->impl->TipoRespuesta; });
+}
+
+VELMORA_API int velmora_CRespuestaPeticion_FalloEjecutor(const velmora_CRespuestaPeticion* response,
+                                                         const char** out) {
+  return velmora::capi::Read(__func__, response, out, [&] { return response->impl->FalloEjecutor.c_str(); });
 }
 
 VELMORA_API int velmora_CRespuestaPeticion_Count(const velmora_CRespuestaPeticion* response, int collection,

@@ -57,4 +57,8 @@ void CopySharedErrors(CError& target);
 // not turn a handled error into an unhandled one).
 void LogLine(std::string_view text);
 
+// What an executor writes after its id when its request failed, before "(<number>) <text>" of
+// the cause: the waiting till finds the line by "<id> " + this mark.
+inline constexpr std::string_view kExecutorFailureMark = "CExecutor.Fallo:";
+
 }  // namespace velmora::core

@@ -130,6 +130,8 @@ bool CExecutor::ConectarServicio() {
   } catch (const std::exception& e) {
     core::HandleError(kConnect, e);
   }
+  // A caller that only connects (an installation check) reads why in Errores.
+  core::CopySharedErrors(errores_);
   trace.Result(result);
   return result;
 }

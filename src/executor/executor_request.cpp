@@ -115,6 +115,12 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     core::HandleError(method, e);
   }
   core::CopySharedErrors(errores_);
+  // The first error is the cause (the later ones say which step gave up). Written with the id,
+  // so the waiting till can hand it to its host from a log other executors write to as well.
+  if (!result && errores_.Errores().Count() > 0) {
+    const CErrorItem& cause = *errores_.Errores().Item(1);
+    LogWithId(std::string(core::kExecutorFailureMark) + "(" + std::to_string(cause.Number) + ") " + cause.Description);
+  }
   trace.Result(result);
   return result;
 }

@@ -1,5 +1,8 @@
 #include "interface/road.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include "core/context.h"
 #include "messages/identifier.h"
 #include "platform/files.h"
@@ -34,6 +37,29 @@ void CleanUpMessageFiles(const std::string& id, ResponseTypeEnum type) {
   CFileAdmin files;
   if (config.EliminarXMLPeticion != 0) files.DeleteFromSended(id);
   if (type == rspReceived && config.EliminarXMLRespuesta != 0) files.DeleteFromReceived(id);
+}
+
+std::uintmax_t LogMark() {
+  std::error_code ec;
+  const std::uintmax_t size = std::filesystem::file_size(CFileAdmin().LogFilePath(), ec);
+  return ec ? 0 : size;
+}
+
+std::string ExecutorFailure(const std::string& id, std::uintmax_t logMark) {
+  std::ifstream log(CFileAdmin().LogFilePath(), std::ios::binary);
+  // A log trimmed by size since the mark starts again from its beginning.
+  if (!log || !log.seekg(static_cast<std::streamoff>(logMark))) {
+    log.clear();
+    log.seekg(0);
+  }
+  const std::string key = id + " " + std::string(core::kExecutorFailureMark);
+  std::string line, failure;
+  while (std::getline(log, line)) {
+    const size_t at = line.find(key);
+    if (at != std::string::npos) failure = line.substr(at + key.size());
+  }
+  if (!failure.empty() && failure.back() == '\r') failure.pop_back();
+  return failure;
 }
 
 }  // namespace velmora::interface

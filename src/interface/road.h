@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -27,12 +28,20 @@ std::function<bool()> StartExecutor(const std::string& id, bool batch, const cha
 // file only when it came from the executor. Results are ignored: the answer is already chosen.
 void CleanUpMessageFiles(const std::string& id, ResponseTypeEnum type);
 
+// The size of the message log now: where ExecutorFailure starts to read.
+std::uintmax_t LogMark();
+
+// The cause an executor logged for `id` after `logMark` ("(<number>) <text>"), the last one
+// when several; empty when it logged none (still running, or no log kept).
+std::string ExecutorFailure(const std::string& id, std::uintmax_t logMark);
+
 // Picks and fills the response once the wait is over: the executor's file when it arrived, else
 // the default file when `defaultExists`, else the internal response of the ini; audits the
-// choice, loads the file, cleans up the message files and returns the kind given.
+// choice, loads the file, records the kind and any executor failure logged after `logMark` on
+// the response, cleans up the message files and returns the kind given.
 template <class Response>
 ResponseTypeEnum ChooseResponse(const std::string& id, bool arrived, bool defaultExists,
-                                const std::string& responseFile, Response& response) {
+                                const std::string& responseFile, std::uintmax_t logMark, Response& response) {
   auto& auditor = core::ThreadContext().Auditor();
   ResponseTypeEnum type;
   std::string fileToLoad;
@@ -50,6 +59,8 @@ ResponseTypeEnum ChooseResponse(const std::string& id, bool arrived, bool defaul
     auditor.Save(id, audSetResponse, rcvInternal, {});
   }
   if (!fileToLoad.empty()) response.FromXMLFile(fileToLoad);
+  response.TipoRespuesta = type;
+  if (!arrived) response.FalloEjecutor = ExecutorFailure(id, logMark);
   CleanUpMessageFiles(id, type);
   return type;
 }

@@ -41,18 +41,20 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(std::string(request.IDPrescripcion));
 
     interface::MoveStaleResponseAside(id);
+    const std::uintmax_t logMark = interface::LogMark();
     executorEnded_ = interface::StartExecutor(id, false, kMethod);
     const bool arrived = WaitResponse(id);
     executorEnded_ = nullptr;
 
     const ResponseTypeEnum type =
-        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseFile(), responseFile, *response);
+        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseFile(), responseFile, logMark, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
     executorEnded_ = nullptr;
     core::HandleError(kMethod, e);
     failed = true;
     response->SetInternalResponse(false);
+    response->TipoRespuesta = rspInternal;
   }
   core::CopySharedErrors(errores_);
   response->DatosValidos = !failed;

@@ -53,6 +53,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(id);
 
     interface::MoveStaleResponseAside(id);
+    const std::uintmax_t logMark = interface::LogMark();
     executorEnded_ = interface::StartExecutor(id, true, kMethod);
     const bool arrived = WaitResponse(id);
     executorEnded_ = nullptr;
@@ -62,13 +63,14 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
       platform::SetAttributes(responseFile, platform::kAttrArchive, kMethod);
     // Tested by one member, named by another: the pairing is kept as installations have it.
     const ResponseTypeEnum type =
-        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, *response);
+        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, logMark, *response);
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
   } catch (const std::exception& e) {
     executorEnded_ = nullptr;
     core::HandleError(kMethod, e);
     failed = true;
     response->SetInternalResponse(false);
+    response->TipoRespuesta = rspInternal;
   }
   core::CopySharedErrors(errores_);
   response->DatosValidos = !failed;

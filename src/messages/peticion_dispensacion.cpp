@@ -193,6 +193,30 @@ bool CPeticionDispensacion::IObject_FromXML(const XmlNodeList& nodes) {
 // The check asks for the prescriber's details when the identifier is empty, while the body sends
 // them only with an "ITP" identifier. Both rules are what the service and the pharmacies' software
 // were built against, so they stay different.
+std::vector<std::string> CPeticionDispensacion::MissingFields() const {
+  std::vector<std::string> missing;
+  // Exact emptiness: a value of blanks counts as set.
+  const std::pair<const char*, const std::string*> required[] = {
+      {"ClaveUsuario", &ClaveUsuario},   {"IdUsuario", &IdUsuario},
+      {"Idioma", &Idioma},               {"FechaDispensacion", &FechaDispensacion},
+      {"IdFarmacia", &IdFarmacia},       {"IdFarmaceutico", &IdFarmaceutico},
+      {"EnvasesDispensados", &EnvasesDispensados}, {"Importe", &Importe},
+      {"ImporteAportacion", &ImporteAportacion},   {"IdProvincia", &IdProvincia}};
+  for (const auto& [name, field] : required)
+    if (field->empty()) missing.emplace_back(name);
+  if (!FechaDispensacion.empty() && !ReadsAsDate(FechaDispensacion)) missing.emplace_back("FechaDispensacion");
+  // Without an identifier the service needs the prescription itself.
+  if (Trim(IDPrescripcion).empty()) {
+    if (Trim(CodigoColegiadoPrescriptor).empty()) missing.emplace_back("CodigoColegiadoPrescriptor");
+    if (Trim(Tis).empty()) missing.emplace_back("Tis");
+    if (!ReadsAsDate(Trim(FechaPrescripcion))) missing.emplace_back("FechaPrescripcion");
+    if (RegimenReceta == RegimenVacio) missing.emplace_back("RegimenReceta");
+    if (TipoPrescripcion == PrescripcionVacio) missing.emplace_back("TipoPrescripcion");
+    if (TipoPrescripcion == Formula_Magistral && Trim(FormulaMagistral).empty()) missing.emplace_back("FormulaMagistral");
+  }
+  return missing;
+}
+
 bool CPeticionDispensacion::IObject_RequiredFields() {
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_RequiredFields";
   core::TraceScope trace(kMethod);
@@ -201,27 +225,7 @@ bool CPeticionDispensacion::IObject_RequiredFields() {
     core::LogLine(
         "CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han "
         "establecido");
-    // Exact emptiness: a value of blanks counts as set.
-    for (const std::string* field : {&ClaveUsuario, &IdUsuario, &Idioma, &FechaDispensacion, &IdFarmacia,
-                                     &IdFarmaceutico, &EnvasesDispensados, &Importe, &ImporteAportacion,
-                                     &IdProvincia})
-      if (field->empty()) {
-        trace.Result(false);
-        return false;
-      }
-    if (!ReadsAsDate(FechaDispensacion)) {
-      trace.Result(false);
-      return false;
-    }
-    if (!Trim(IDPrescripcion).empty()) {
-      result = true;
-    } else if (Trim(CodigoColegiadoPrescriptor).empty() || Trim(Tis).empty() ||
-               !ReadsAsDate(Trim(FechaPrescripcion)) || RegimenReceta == RegimenVacio ||
-               TipoPrescripcion == PrescripcionVacio) {
-      result = false;
-    } else {
-      result = !(TipoPrescripcion == Formula_Magistral && Trim(FormulaMagistral).empty());
-    }
+    result = MissingFields().empty();
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
   }

@@ -1,10 +1,13 @@
+#include <errno.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -104,17 +107,30 @@ std::string IniTemplate(const std::string& libraryFolder) {
   return program.substr(0, program.rfind('/') + 1) + "../share/velmora/velmora.ini";
 }
 
+// Makes `folder` an empty folder private to this user: created when missing, emptied when it is
+// already this user's own (never followed through a link planted in /tmp by someone else).
+bool FreshPrivateFolder(const std::string& folder) {
+  namespace fs = std::filesystem;
+  if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) return false;
+  struct stat st{};
+  if (lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != getuid()) return false;
+  if (chmod(folder.c_str(), 0700) != 0) return false;
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(folder, ec)) fs::remove_all(entry.path(), ec);
+  return !ec;
+}
+
 }  // namespace
 
 int Demo(std::ostream& out, std::ostream& err) {
-  // A fresh runtime folder: the demo must neither depend on nor disturb the folder a till uses.
+  // The user's own demo runtime folder, emptied and reused on every run: the demo must neither
+  // depend on nor disturb the folder a till uses, nor leave a new folder behind each time.
   const std::string libraryFolder = CFileAdmin().GetDllPath();
-  char pattern[] = "/tmp/velmora-demo-XXXXXX";
-  if (!mkdtemp(pattern)) {
-    err << "velmora demo: cannot make a folder under /tmp\n";
+  const std::string root = "/tmp/velmora-demo-" + std::to_string(getuid()) + "/";
+  if (!FreshPrivateFolder(root)) {
+    err << "velmora demo: " << root << " is not a folder of this user's that can be emptied\n";
     return 1;
   }
-  const std::string root = std::string(pattern) + "/";
   {
     std::ifstream in(IniTemplate(libraryFolder), std::ios::binary);
     if (!in) {
@@ -153,24 +169,21 @@ int Demo(std::ostream& out, std::ostream& err) {
   int failures = 0;
   {
     CInterface iface;
-    ResponseTypeEnum type = rspInternal;
-    iface.AlTerminarSolicitudDispensacion = [&type](bool, ResponseTypeEnum t) { type = t; };
     out << "\n== one dispensation ==\n";
     auto request = DemoRequest(1, "600000");
     auto single = iface.SolicitudDispensacion(request);
     out << "IDPrescripcion: " << request.IDPrescripcion << "\n";
-    PrintVerdict(out, *single, type, iface.Errores());
+    PrintVerdict(out, *single, iface.Errores());
     if (!single->DatosValidos || !single->DispensacionRealizada()) ++failures;
 
     out << "\n== a batch of five, printed ==\n";
-    type = rspInternal;
     CListadoDispensaciones list;
     for (int n = 1; n <= 5; ++n) {
       auto item = DemoRequest(n, "65432" + std::to_string(n));
       list.aniadirDispensacion(item);
     }
     auto batch = iface.SolicitudDispensaciones(list, true);
-    PrintVerdict(out, *batch, type, iface.Errores());
+    PrintVerdict(out, *batch, iface.Errores());
     if (!batch->DatosValidos) ++failures;
   }
   unlink(portFile.c_str());

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <vector>
 
 #include "commands.h"
 #include "request_file.h"
@@ -13,14 +14,12 @@ namespace velmora::cli {
 
 namespace {
 
-// "waiting N s" on a terminal while the library waits for the answer; nothing when the output
-// goes to a file or a program.
+// "waiting N s" on a terminal while the library waits for the answer, wiped before the verdict
+// is printed; nothing when the output goes to a file or a program.
 class Progress {
  public:
   explicit Progress(std::ostream& err) : err_(err), shown_(isatty(STDERR_FILENO) != 0) {}
-  ~Progress() {
-    if (drawn_) err_ << "\r                                   \r" << std::flush;
-  }
+  ~Progress() { Clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
@@ -28,6 +27,10 @@ class Progress {
     if (!shown_) return;
     iface.AlIniciarSolicitudDispensacion = [this](const std::string&) { start_ = Clock::now(); };
     iface.OnIdle = [this] { Tick(); };
+  }
+  void Clear() {
+    if (drawn_) err_ << "\r\x1b[K" << std::flush;
+    drawn_ = false;
   }
 
  private:
@@ -47,13 +50,21 @@ class Progress {
   long long last_ = -1;
 };
 
+// The exit code of a verdict: whether the call got through, who answered, and what it said.
+template <class Response>
+ExitCode Verdict(const Response& response) {
+  if (!response.DatosValidos) return kFailed;
+  if (response.TipoRespuesta != rspReceived) return kFallback;
+  return response.DispensacionRealizada() ? kAccepted : kRejected;
+}
+
 }  // namespace
 
 int Dispense(const std::string& file, bool print, bool json, std::ostream& out, std::ostream& err) {
   std::ifstream in(file, std::ios::binary);
   if (!in) {
     err << "velmora: cannot read " << file << "\n";
-    return 2;
+    return kUsage;
   }
   std::ostringstream text;
   text << in.rdbuf();
@@ -62,39 +73,50 @@ int Dispense(const std::string& file, bool print, bool json, std::ostream& out, 
     requests = ParseRequestFile(text.str());
   } catch (const std::invalid_argument& e) {
     err << "velmora: " << file << ": " << e.what() << "\n";
-    return 2;
+    return kUsage;
+  }
+
+  // Every request is checked before anything is sent: a batch must not go out without the
+  // items the library would refuse one by one.
+  std::vector<CPeticionDispensacion> filled(requests.requests.size());
+  for (size_t i = 0; i < filled.size(); ++i) {
+    FillRequest(filled[i], requests.requests[i]);
+    std::string missing;
+    for (const std::string& name : filled[i].MissingFields()) missing += (missing.empty() ? "" : ", ") + name;
+    if (!missing.empty()) {
+      err << "velmora: " << file << ": " << (requests.batch ? "[Dispensacion" + std::to_string(i + 1) + "]" : "[Dispensacion]")
+          << " misses or cannot use: " << missing << "\n";
+      return kUsage;
+    }
+  }
+  if (print && !requests.batch) {
+    err << "velmora: --print prints the receipt of a batch; " << file << " holds a single [Dispensacion]\n";
+    return kUsage;
   }
 
   CInterface iface;
-  // A call that fails on its way raises no end event: its answer is the forced internal one.
-  ResponseTypeEnum type = rspInternal;
-  iface.AlTerminarSolicitudDispensacion = [&type](bool, ResponseTypeEnum t) { type = t; };
   Progress progress(err);
   progress.Attach(iface);
-
   if (!requests.batch) {
-    CPeticionDispensacion request;
-    FillRequest(request, requests.requests.front());
+    CPeticionDispensacion& request = filled.front();
     auto response = iface.SolicitudDispensacion(request);
+    progress.Clear();
     if (json)
-      PrintJson(out, request.IDPrescripcion, *response, type, iface.Errores());
+      PrintJson(out, request.IDPrescripcion, *response, iface.Errores());
     else
-      PrintVerdict(out << "IDPrescripcion: " << request.IDPrescripcion << "\n", *response, type, iface.Errores());
-    return response->DatosValidos ? 0 : 1;
+      PrintVerdict(out << "IDPrescripcion: " << request.IDPrescripcion << "\n", *response, iface.Errores());
+    return Verdict(*response);
   }
   CListadoDispensaciones list;
-  for (const auto& fields : requests.requests) {
-    CPeticionDispensacion request;
-    FillRequest(request, fields);
-    if (!list.aniadirDispensacion(request)) err << "velmora: a dispensation was refused (see the log)\n";
-  }
+  for (auto& request : filled) list.aniadirDispensacion(request);
   auto response = iface.SolicitudDispensaciones(list, print);
+  progress.Clear();
   const std::string id = list.Dispensaciones().Count() ? "MD__" + list.Dispensaciones().Item(1)->IDPrescripcion : "";
   if (json)
-    PrintJson(out, id, *response, type, iface.Errores());
+    PrintJson(out, id, *response, iface.Errores());
   else
-    PrintVerdict(out << "batch: " << id << "\n", *response, type, iface.Errores());
-  return response->DatosValidos ? 0 : 1;
+    PrintVerdict(out << "batch: " << id << "\n", *response, iface.Errores());
+  return Verdict(*response);
 }
 
 }  // namespace velmora::cli

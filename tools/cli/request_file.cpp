@@ -1,8 +1,9 @@
 #include "request_file.h"
 
-#include <algorithm>
 #include <charconv>
 #include <stdexcept>
+
+#include "platform/text.h"
 
 namespace velmora::cli {
 
@@ -27,6 +28,15 @@ std::string_view Strip(std::string_view s) {
   return s;
 }
 
+// The property's own spelling for a name written in any case, as the ini's keys are read; empty
+// when there is none.
+std::string PropertyName(std::string_view name) {
+  const std::string upper = platform::UpperCase(name);
+  for (const auto& known : RequestPropertyNames())
+    if (platform::UpperCase(known) == upper) return known;
+  return {};
+}
+
 [[noreturn]] void Fail(size_t line, const std::string& what) {
   throw std::invalid_argument("line " + std::to_string(line) + ": " + what);
 }
@@ -37,21 +47,25 @@ RequestFile ParseRequestFile(std::string_view text) {
   RequestFile file;
   auto& requests = file.requests;
   bool single = false;
-  const auto& names = RequestPropertyNames();
   size_t lineNumber = 0;
-  size_t start = 0;
+  // Saved by Windows editors as they come: a byte order mark first, or Windows-1252 lines, which
+  // are read as the ini's are.
+  size_t start = text.substr(0, 3) == "\xEF\xBB\xBF" ? 3 : 0;
   while (start <= text.size()) {
     size_t end = text.find('\n', start);
     if (end == std::string_view::npos) end = text.size();
-    const std::string_view line = Strip(text.substr(start, end - start));
+    const std::string_view raw = text.substr(start, end - start);
+    const std::string decoded = platform::IsValidUtf8(raw) ? std::string(raw) : platform::Cp1252ToUtf8(raw);
+    const std::string_view line = Strip(decoded);
     ++lineNumber;
     start = end + 1;
     if (line.empty() || line.front() == ';' || line.front() == '#') continue;
     if (line.front() == '[') {
       const std::string expected = "[Dispensacion" + std::to_string(requests.size() + 1) + "]";
-      if (line == "[Dispensacion]" && requests.empty() && !single) {
+      const std::string section = platform::UpperCase(line);
+      if (section == "[DISPENSACION]" && requests.empty() && !single) {
         single = true;
-      } else if (line == expected && !single) {
+      } else if (section == platform::UpperCase(expected) && !single) {
         file.batch = true;
       } else {
         Fail(lineNumber, "unexpected section " + std::string(line) + " (use one [Dispensacion], or " +
@@ -63,9 +77,10 @@ RequestFile ParseRequestFile(std::string_view text) {
     const size_t eq = line.find('=');
     if (eq == std::string_view::npos) Fail(lineNumber, "expected Property=Value");
     if (requests.empty()) Fail(lineNumber, "a property before the first [Dispensacion]");
-    const std::string name(Strip(line.substr(0, eq)));
+    const std::string written(Strip(line.substr(0, eq)));
     const std::string value(Strip(line.substr(eq + 1)));
-    if (std::find(names.begin(), names.end(), name) == names.end()) Fail(lineNumber, "unknown property '" + name + "'");
+    const std::string name = PropertyName(written);
+    if (name.empty()) Fail(lineNumber, "unknown property '" + written + "'");
     if (name == "RegimenReceta" || name == "TipoPrescripcion") {
       int number = 0;
       const auto [ptr, ec] = std::from_chars(value.data(), value.data() + value.size(), number);

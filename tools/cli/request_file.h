@@ -13,7 +13,9 @@ using RequestFields = std::map<std::string, std::string>;
 // A request file, ini style: one "[Dispensacion]" section for a single dispensation, or
 // "[Dispensacion1]", "[Dispensacion2]", ... for a batch (numbered from 1, in order, no gaps);
 // "Property=Value" lines with the request's property names (IdFarmacia, IDPrescripcion, ...),
-// ";" or "#" comment lines and blank lines. Values keep inner blanks; blanks around the name and
+// ";" or "#" comment lines and blank lines. Like the ini file: names and sections in any case,
+// an optional UTF-8 byte order mark, and a line that is not UTF-8 read as Windows-1252 (the
+// fields come back as UTF-8, under the property's own spelling). Values keep inner blanks; blanks around the name and
 // the value are dropped. Throws std::invalid_argument naming the line for anything else
 // (unknown section or property, a line outside a section, a property given twice, a regimen or
 // prescription type that is not a number, sections of both kinds, no section at all).

@@ -1,5 +1,7 @@
 #include "verdict.h"
 
+#include "json.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -19,33 +21,12 @@ void PrintList(std::ostream& out, const char* label, const Collection<std::strin
   }
 }
 
-void PrintErrors(std::ostream& out, CError& errors) {
-  for (const auto& e : errors.Errores()) out << "  error " << e.Number << " (" << e.Source << "): " << e.Description << "\n";
+void PrintFailure(std::ostream& out, const std::string& failure) {
+  if (!failure.empty()) out << "executor.exe: " << failure << "\n";
 }
 
-// A JSON string: quotes, backslashes and control characters escaped; UTF-8 passes as it is.
-std::string Quoted(const std::string& s) {
-  std::string out = "\"";
-  for (const char c : s) {
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          char hex[8] = "\\u00";
-          const char* digits = "0123456789abcdef";
-          hex[4] = digits[(c >> 4) & 0xF];
-          hex[5] = digits[c & 0xF];
-          out.append(hex, 6);
-        } else {
-          out += c;
-        }
-    }
-  }
-  return out + "\"";
+void PrintErrors(std::ostream& out, CError& errors) {
+  for (const auto& e : errors.Errores()) out << "  error " << e.Number << " (" << e.Source << "): " << e.Description << "\n";
 }
 
 const char* Bool(bool b) { return b ? "true" : "false"; }
@@ -66,7 +47,7 @@ std::string Errors(CError& errors) {
 
 }  // namespace
 
-const char* ResponseTypeName(ResponseTypeEnum type) {
+const char* ResponseTypeName(int32_t type) {
   switch (type) {
     case rspReceived: return "rspReceived";
     case rspDefault: return "rspDefault";
@@ -74,50 +55,50 @@ const char* ResponseTypeName(ResponseTypeEnum type) {
   }
 }
 
-void PrintVerdict(std::ostream& out, const CRespuestaPeticion& r, ResponseTypeEnum type, CError& errors) {
-  out << (r.DispensacionRealizada() ? "ACCEPTED" : "NOT ACCEPTED") << " (" << ResponseTypeName(type) << ")\n";
+void PrintVerdict(std::ostream& out, const CRespuestaPeticion& r, CError& errors) {
+  out << (r.DispensacionRealizada() ? "ACCEPTED" : "NOT ACCEPTED") << " (" << ResponseTypeName(r.TipoRespuesta) << ")\n";
   out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
   out << "NAvisos: " << r.m_intNAvisos << "  NMotivosRechazo: " << r.m_intNMotivosRechazo << "\n";
   PrintList(out, "avisos", r.m_colCodigoAviso, r.m_colTextoAviso);
   PrintList(out, "motivos de rechazo", r.m_colCodigoMotivosRechazo, r.m_colTextoMotivosRechazo);
+  PrintFailure(out, r.FalloEjecutor);
   PrintErrors(out, errors);
 }
 
-void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, ResponseTypeEnum type, CError& errors) {
-  out << (r.DispensacionRealizada() ? "BATCH ACCEPTED" : "BATCH NOT ACCEPTED WHOLE") << " (" << ResponseTypeName(type)
+void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, CError& errors) {
+  out << (r.DispensacionRealizada() ? "BATCH ACCEPTED" : "BATCH NOT ACCEPTED WHOLE") << " (" << ResponseTypeName(r.TipoRespuesta)
       << ")\n";
   out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
   out << "rows: " << r.ResultadoDispensacion().Count() << "\n";
   for (const auto& row : r.ResultadoDispensacion())
     out << "  " << row.Codigo << "  " << row.CodigoDispensado << "  " << row.TipoRespuesta << "  " << row.Description
         << "\n";
+  PrintFailure(out, r.FalloEjecutor);
   PrintErrors(out, errors);
 }
 
-void PrintJson(std::ostream& out, const std::string& id, const CRespuestaPeticion& r, ResponseTypeEnum type,
-               CError& errors) {
-  out << "{\"kind\":\"single\",\"IDPrescripcion\":" << Quoted(id) << ",\"tipoRespuesta\":" << static_cast<int>(type)
-      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(type) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
+void PrintJson(std::ostream& out, const std::string& id, const CRespuestaPeticion& r, CError& errors) {
+  out << "{\"kind\":\"single\",\"IDPrescripcion\":" << Quoted(id) << ",\"tipoRespuesta\":" << r.TipoRespuesta
+      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(r.TipoRespuesta) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
       << ",\"DispensacionRealizada\":" << Bool(r.DispensacionRealizada()) << ",\"NAvisos\":" << r.m_intNAvisos
       << ",\"NMotivosRechazo\":" << r.m_intNMotivosRechazo << ",\"codigoAviso\":" << Array(r.m_colCodigoAviso)
       << ",\"textoAviso\":" << Array(r.m_colTextoAviso) << ",\"codigoMotivosRechazo\":"
       << Array(r.m_colCodigoMotivosRechazo) << ",\"textoMotivosRechazo\":" << Array(r.m_colTextoMotivosRechazo)
-      << ",\"Errores\":" << Errors(errors) << "}\n";
+      << ",\"FalloEjecutor\":" << Quoted(r.FalloEjecutor) << ",\"Errores\":" << Errors(errors) << "}\n";
 }
 
-void PrintJson(std::ostream& out, const std::string& id, const CRespDispensaciones& r, ResponseTypeEnum type,
-               CError& errors) {
+void PrintJson(std::ostream& out, const std::string& id, const CRespDispensaciones& r, CError& errors) {
   std::string rows = "[";
   for (const auto& row : r.ResultadoDispensacion())
     rows += std::string(rows.size() > 1 ? "," : "") + "{\"Codigo\":" + Quoted(row.Codigo) +
             ",\"Description\":" + Quoted(row.Description) + ",\"CodigoDispensado\":" + Quoted(row.CodigoDispensado) +
             ",\"TipoRespuesta\":" + Quoted(row.TipoRespuesta) + "}";
   rows += "]";
-  out << "{\"kind\":\"batch\",\"id\":" << Quoted(id) << ",\"tipoRespuesta\":" << static_cast<int>(type)
-      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(type) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
+  out << "{\"kind\":\"batch\",\"id\":" << Quoted(id) << ",\"tipoRespuesta\":" << r.TipoRespuesta
+      << ",\"tipoRespuestaTexto\":\"" << ResponseTypeName(r.TipoRespuesta) << "\",\"DatosValidos\":" << Bool(r.DatosValidos)
       << ",\"DispensacionRealizada\":" << Bool(r.DispensacionRealizada())
       << ",\"blnCodigoErrorDisp\":" << Bool(r.blnCodigoErrorDisp) << ",\"ResultadoDispensacion\":" << rows
-      << ",\"Errores\":" << Errors(errors) << "}\n";
+      << ",\"FalloEjecutor\":" << Quoted(r.FalloEjecutor) << ",\"Errores\":" << Errors(errors) << "}\n";
 }
 
 void FillRequest(CPeticionDispensacion& q, const std::map<std::string, std::string>& fields) {

@@ -1,0 +1,208 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "platform/attributes.h"
+#include "platform/vbconv.h"
+#include "status.h"
+#include "velmora/executor.h"
+
+namespace velmora::cli {
+
+namespace {
+
+// How the library reads a key: the conversion that makes it fail at start-up or at the call.
+enum class Kind {
+  kText,
+  kSecret,       // shown only as set or empty
+  kInt16,        // CInt
+  kInt32,        // CLng
+  kNumber,       // Val, rounded to a Long
+  kOptionalInt,  // used only when numeric
+  kFile,         // empty, or a file that can be read
+};
+
+struct Key {
+  const char* section;
+  const char* key;
+  Kind kind;
+  bool proxyOnly = false;  // read only when [Proxy] UtilizarProxy is above 0
+};
+
+constexpr Key kKeys[] = {
+    {"Configuracion", "Servicio", Kind::kText},
+    {"Configuracion", "EsquemaXML", Kind::kText},
+    {"Configuracion", "GuardarPeticionSOAP", Kind::kInt16},
+    {"Configuracion", "GenerarLog", Kind::kInt16},
+    {"Configuracion", "GenerarTrace", Kind::kInt16},
+    {"Configuracion", "TamanioMaximoLog", Kind::kNumber},
+    {"Configuracion", "CodigoDispensacionCorrecta", Kind::kText},
+    {"Asincrono", "PeticionTimeOut", Kind::kInt16},
+    {"Asincrono", "AutoRespuesta", Kind::kInt16},
+    {"Asincrono", "EliminarXMLPeticion", Kind::kInt16},
+    {"Asincrono", "EliminarXMLRespuesta", Kind::kInt16},
+    {"Asincrono", "IntervaloComprobacion", Kind::kInt16},
+    {"Seguimiento", "ArchivoDiario", Kind::kInt16},
+    {"Seguimiento", "Auditar", Kind::kInt16},
+    {"MensajeSOAP", "Enviados", Kind::kInt32},
+    {"MensajeSOAP", "Recibidos", Kind::kInt32},
+    {"Proxy", "UtilizarProxy", Kind::kInt16},
+    {"Proxy", "UsarProxy", Kind::kInt16, true},
+    {"Proxy", "Servidor", Kind::kText, true},
+    {"Proxy", "Puerto", Kind::kInt32, true},
+    {"Proxy", "Usuario", Kind::kText, true},
+    {"Proxy", "Password", Kind::kSecret, true},
+    {"Proxy", "TimeOut", Kind::kOptionalInt, true},
+    {"Proxy", "CAFile", Kind::kFile},
+    {"RespuestaDefecto", "CodigoAviso", Kind::kText},
+    {"RespuestaDefecto", "TextoAviso", Kind::kText},
+    {"RespuestaDefecto", "NumAvisos", Kind::kOptionalInt},
+    {"RespuestaDefecto", "CodigoMotivosRechazo", Kind::kText},
+    {"RespuestaDefecto", "TextoMotivosRechazo", Kind::kText},
+    {"RespuestaDefecto", "NumMotivosRechazo", Kind::kOptionalInt},
+    {"RespuestaDefecto", "ResultResp", Kind::kText},
+};
+
+// The key's value as the library converts it; throws velmora::Error where the library would.
+std::string Converted(Kind kind, const std::string& raw) {
+  constexpr const char* kSource = "velmora status";
+  switch (kind) {
+    case Kind::kText: return "\"" + raw + "\"";
+    case Kind::kSecret: return raw.empty() ? "(empty)" : "(set)";
+    case Kind::kInt16: return std::to_string(platform::ToInt16(raw, kSource));
+    case Kind::kInt32: return std::to_string(platform::ToInt32(raw, kSource));
+    case Kind::kNumber: return std::to_string(platform::RoundToInt32(platform::Val(raw, kSource), kSource));
+    case Kind::kOptionalInt:
+      return platform::IsNumeric(raw) ? std::to_string(platform::ToInt32(raw, kSource)) : "\"" + raw + "\" (not used)";
+    case Kind::kFile:
+      if (!raw.empty() && !std::ifstream(raw)) throw std::runtime_error("cannot read the file \"" + raw + "\"");
+      return "\"" + raw + "\"";
+  }
+  return raw;
+}
+
+Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
+  const std::string raw = GetPrivateProfileStringEx(ini, key.section, key.key);
+  Check check{"[" + std::string(key.section) + "] " + key.key, true, {}};
+  try {
+    check.detail = Converted(key.kind, raw);
+  } catch (const Error& e) {
+    check.detail = "\"" + raw + "\": error " + std::to_string(e.Number) + ", " + e.Description;
+    check.passed = false;
+  } catch (const std::exception& e) {
+    check.detail = e.what();
+    check.passed = false;
+  }
+  if (!check.passed && key.proxyOnly && !proxyInUse) {
+    check.passed = true;
+    check.detail += " (not used: UtilizarProxy is off)";
+  }
+  return check;
+}
+
+Check RuntimeFolderCheck(const std::string& root) {
+  Check check{"runtime folder", false, root};
+  struct stat st{};
+  if (root.empty() || root.front() != '/')
+    check.detail += ": not an absolute path (set VELMORA_HOME to one)";
+  else if (root.find_first_of(" \t") != std::string::npos)
+    check.detail += ": holds a blank, and executor.exe's command line is split at blanks";
+  else if (stat(root.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    check.detail += ": not a folder";
+  else if (access(root.c_str(), W_OK | X_OK) != 0)
+    check.detail += ": cannot be written";
+  else
+    check.passed = true;
+  return check;
+}
+
+Check ExecutorCheck(const std::string& root) {
+  const std::string path = root + "executor.exe";
+  Check check{"executor.exe", false, path};
+  struct stat st{};
+  if (stat(path.c_str(), &st) != 0)
+    check.detail += ": missing (link it from the library's folder)";
+  else if (!S_ISREG(st.st_mode) || access(path.c_str(), X_OK) != 0)
+    check.detail += ": not an executable file";
+  else
+    check.passed = true;
+  return check;
+}
+
+Check WorkingFolder(const std::string& folder) {
+  Check check{"folder " + folder.substr(0, folder.size() - 1), true, "present"};
+  struct stat st{};
+  if (stat(folder.c_str(), &st) != 0) {
+    check.detail = "missing (the library makes it on first use)";
+  } else if (!S_ISDIR(st.st_mode)) {
+    check.passed = false;
+    check.detail = "not a folder";
+  } else if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    check.passed = false;
+    check.detail = "cannot be written";
+  }
+  return check;
+}
+
+// The executor marks a finished answer hidden through an extended attribute: a file system
+// without user attributes leaves every till waiting until its time-out.
+Check AttributesCheck(const std::string& received, const std::string& root) {
+  struct stat st{};
+  const std::string folder = stat(received.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? received : root;
+  const std::string probe = folder + ".velmora-status-probe";
+  Check check{"hidden mark (extended attributes)", false, folder};
+  if (!std::ofstream(probe)) {
+    check.detail += ": cannot make a file to try it on";
+    return check;
+  }
+  try {
+    platform::SetAttributes(probe, platform::kAttrHidden, "velmora status");
+    check.passed = platform::GetAttributes(probe, "velmora status") == platform::kAttrHidden;
+    if (!check.passed) check.detail += ": the mark does not read back";
+  } catch (const Error& e) {
+    check.detail += ": " + e.Description + " (mount it with user extended attributes)";
+  }
+  unlink(probe.c_str());
+  return check;
+}
+
+// Fetches the service description as the executor does, through the proxy and CA of the ini.
+Check ServiceCheck(const std::string& service) {
+  CExecutor executor;
+  Check check{"service description", executor.ConectarServicio(), service};
+  if (!check.passed)
+    for (const auto& e : executor.Errores().Errores())
+      check.detail += ": error " + std::to_string(e.Number) + ", " + e.Description;
+  return check;
+}
+
+}  // namespace
+
+std::vector<Check> RunChecks() {
+  CFileAdmin files;
+  const std::string root = files.GetDllPath();
+  const std::string ini = files.IniFilePath();
+  std::vector<Check> checks = {RuntimeFolderCheck(root), ExecutorCheck(root)};
+  const bool iniThere = access(ini.c_str(), R_OK) == 0;
+  checks.push_back({"velmora.ini", iniThere, ini + (iniThere ? "" : ": missing or unreadable")});
+  if (iniThere) {
+    bool proxyInUse = false;
+    try {
+      proxyInUse = platform::ToInt16(GetPrivateProfileStringEx(ini, "Proxy", "UtilizarProxy"), "velmora status") > 0;
+    } catch (const Error&) {
+      // Reported on its own line below.
+    }
+    for (const Key& key : kKeys) checks.push_back(IniKey(ini, key, proxyInUse));
+  }
+  for (const std::string& folder :
+       {files.GetSendedPath(), files.GetReceivedPath(), files.GetDelayedPath(), files.GetAuditorPath()})
+    checks.push_back(WorkingFolder(folder));
+  checks.push_back(AttributesCheck(files.GetReceivedPath(), root));
+  if (iniThere) checks.push_back(ServiceCheck(GetPrivateProfileStringEx(ini, "Configuracion", "Servicio")));
+  return checks;
+}
+
+}  // namespace velmora::cli
