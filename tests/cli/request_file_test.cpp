@@ -19,6 +19,11 @@ TEST(RequestFile, OneSectionIsASingleDispensationNumberedOnesABatch) {
   ASSERT_EQ(batch.requests.size(), 2u);
   EXPECT_EQ(batch.requests[1].at("Importe"), "10,50");
   EXPECT_EQ(batch.requests[1].at("IDPrescripcion"), "");
+
+  // As a Windows editor saves it: byte order mark, names in another case, Windows-1252 lines.
+  const auto windows = ParseRequestFile("\xEF\xBB\xBF[dispensacion]\r\nnombrePACIENTE=Jos\xE9 Ib\xE1\xF1ez\r\nTis=\xE2\x82\xAC\r\n");
+  EXPECT_EQ(windows.requests[0].at("NombrePaciente"), "Jos\xC3\xA9 Ib\xC3\xA1\xC3\xB1ez");
+  EXPECT_EQ(windows.requests[0].at("Tis"), "\xE2\x82\xAC");  // UTF-8 stays as it is
 }
 
 TEST(RequestFile, BadInputIsRefusedWithTheLine) {

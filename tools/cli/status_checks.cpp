@@ -87,6 +87,11 @@ std::string Converted(Kind kind, const std::string& raw) {
 Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
   const std::string raw = GetPrivateProfileStringEx(ini, key.section, key.key);
   Check check{"[" + std::string(key.section) + "] " + key.key, true, {}};
+  if (key.proxyOnly && !proxyInUse) {
+    check.detail = Converted(Kind::kText, key.kind == Kind::kSecret ? Converted(key.kind, raw) : raw) +
+                   " (not used: UtilizarProxy is off)";
+    return check;
+  }
   try {
     check.detail = Converted(key.kind, raw);
   } catch (const Error& e) {
@@ -95,10 +100,6 @@ Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
   } catch (const std::exception& e) {
     check.detail = e.what();
     check.passed = false;
-  }
-  if (!check.passed && key.proxyOnly && !proxyInUse) {
-    check.passed = true;
-    check.detail += " (not used: UtilizarProxy is off)";
   }
   return check;
 }
@@ -133,9 +134,10 @@ Check ExecutorCheck(const std::string& root) {
 }
 
 Check WorkingFolder(const std::string& folder) {
-  Check check{"folder " + folder.substr(0, folder.size() - 1), true, "present"};
+  const std::string path = folder.substr(0, folder.size() - 1);  // a file named so must show
+  Check check{"folder " + path, true, "present"};
   struct stat st{};
-  if (stat(folder.c_str(), &st) != 0) {
+  if (stat(path.c_str(), &st) != 0) {
     check.detail = "missing (the library makes it on first use)";
   } else if (!S_ISDIR(st.st_mode)) {
     check.passed = false;

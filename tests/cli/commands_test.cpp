@@ -1,0 +1,183 @@
+// The `velmora` program as a script runs it: the real binary, executor.exe and velmora-sim, one
+// private runtime folder per case, and the exit code and output of each verdict and check.
+#include <fcntl.h>
+#include <sched.h>
+#include <spawn.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "support/runtime_folder.h"
+#include "test_processes.h"
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+using velmora::testing::RuntimeFolder;
+
+struct Result {
+  int exit = -1;
+  std::string out, err, output;  // output: both
+};
+
+// Runs velmora with `args` (stdout and stderr into files of the runtime folder), optionally with
+// VELMORA_HOME replaced, and with `inChild` run in the child just before the exec.
+Result Velmora(const RuntimeFolder& f, std::vector<std::string> args, const std::string& home = {},
+           const std::function<bool()>& inChild = {}) {
+  args.insert(args.begin(), VELMORA_CLI);
+  std::vector<char*> argv, envp;
+  for (auto& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  std::string homeVar = "VELMORA_HOME=" + (home.empty() ? f.Root() : home);
+  for (char** e = environ; *e; ++e)
+    if (std::string_view(*e).rfind("VELMORA_HOME=", 0) != 0) envp.push_back(*e);
+  envp.push_back(homeVar.data());
+  envp.push_back(nullptr);
+  const std::string out = f.Path(".out"), err = f.Path(".err");
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (o < 0 || e < 0 || dup2(o, 1) < 0 || dup2(e, 2) < 0 || (inChild && !inChild())) _exit(99);
+    execve(argv[0], argv.data(), envp.data());
+    _exit(98);
+  }
+  Result r;
+  int status = 0;
+  if (velmora::testing::WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(60)))
+    r.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  r.out = f.Read(".out");
+  r.err = f.Read(".err");
+  r.output = r.out + r.err;
+  return r;
+}
+
+std::string Ini(const std::string& service, const std::string& key = "", const std::string& value = "") {
+  std::string ini = RuntimeFolder::DefaultIni();
+  ini.replace(ini.find("http://127.0.0.1:1/dispensacion?wsdl"), 36, service);
+  if (!key.empty()) {
+    const size_t at = ini.find("\r\n" + key + "="), end = ini.find("\r\n", at + 2);
+    ini = ini.substr(0, at) + "\r\n" + key + "=" + value + ini.substr(end);
+  }
+  return ini;
+}
+
+// The shipped sample request, with its product (what the simulator answers by) replaced.
+std::string Sample(const std::string& product, const std::string& section = "[Dispensacion]") {
+  std::ifstream in(VELMORA_SOURCE_DIR "/examples/request.ini");
+  std::string text((std::istreambuf_iterator<char>(in)), {});
+  text.replace(text.find("CodigoDispensado=600000"), 23, "CodigoDispensado=" + product);
+  return text.replace(text.find("[Dispensacion]"), 14, section);
+}
+
+TEST(Cli, ExitCodeTellsEveryVerdictApart) {
+  velmora::testing::SimulatorProcess sim;
+  const std::string unreachable = "http://127.0.0.1:" + std::to_string(velmora::testing::UnusedPort()) + "/x?wsdl";
+  struct Case {
+    const char* name;
+    std::string ini, file;
+    std::vector<std::string> options;
+    bool executor;
+    int exit;
+    const char* output;
+  };
+  const std::string batchOf2 = Sample("sim:batch-rejected", "[Dispensacion1]") + Sample("700002", "[Dispensacion2]");
+  const Case cases[] = {
+      {"accepted", Ini(sim.WsdlUrl()), Sample("600000"), {"--json"}, true, 0, "\"tipoRespuesta\":1,"},
+      {"rejected", Ini(sim.WsdlUrl()), Sample("sim:rejected"), {}, true, 1, "NOT ACCEPTED (rspReceived)"},
+      {"batch all accepted", Ini(sim.WsdlUrl()), Sample("700001", "[Dispensacion1]"), {}, true, 0, "BATCH ACCEPTED"},
+      {"batch one rejected", Ini(sim.WsdlUrl()), batchOf2, {}, true, 1, "rows: 2"},
+      {"service down", Ini(unreachable, "PeticionTimeOut", "2"), Sample("600000"), {}, true, 3, "executor.exe: (-2147467259) "},
+      {"no executor.exe", Ini(sim.WsdlUrl()), Sample("600000"), {}, false, 4, "error 53 "},
+      {"missing fields", Ini(sim.WsdlUrl()), "[dispensacion]\nimporte=1\n", {}, true, 2, "misses or cannot use: ClaveUsuario, IdUsuario,"},
+      {"--print on one", Ini(sim.WsdlUrl()), Sample("600000"), {"--print"}, true, 2, "receipt of a batch"},
+      {"bad option", Ini(sim.WsdlUrl()), Sample("600000"), {"--fast"}, true, 2, "unknown option --fast"},
+      {"malformed file", Ini(sim.WsdlUrl()), "[Dispensacion]\nColor=1\n", {}, true, 2, "line 2: unknown property 'Color'"},
+  };
+  for (const Case& c : cases) {
+    RuntimeFolder f(c.ini);
+    if (c.executor) fs::create_symlink(VELMORA_EXECUTOR, f.Path("executor.exe"));
+    f.Write("request.ini", c.file);
+    std::vector<std::string> args = {"dispense", f.Path("request.ini")};
+    args.insert(args.end(), c.options.begin(), c.options.end());
+    const Result r = Velmora(f, args);
+    EXPECT_EQ(r.exit, c.exit) << c.name << "\n" << r.output;
+    EXPECT_NE(r.output.find(c.output), std::string::npos) << c.name << "\n" << r.output;
+  }
+  RuntimeFolder f;
+  for (const auto& [args, exit, output] : std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
+           {{}, 2, "a command is needed"}, {{"-h"}, 0, "exit codes:"}, {{"--version"}, 0, "velmora 1."},
+           {{"dispense", f.Path("none.ini")}, 2, "cannot read"}, {{"status", "--print"}, 2, "unknown option"}}) {
+    const Result r = Velmora(f, args);
+    EXPECT_EQ(r.exit, exit) << output;
+    EXPECT_NE((exit == 0 ? r.out : r.err).find(output), std::string::npos) << r.output;
+  }
+}
+
+// Each check fails on a runtime folder broken in its own way, and only then.
+TEST(Cli, StatusFailsEachCheckOnItsOwnBrokenFolder) {
+  velmora::testing::SimulatorProcess sim;
+  const std::string ok = Ini(sim.WsdlUrl()), unused = std::to_string(velmora::testing::UnusedPort());
+  const std::string noProxy = ok.substr(0, ok.find("[Proxy]")) + ok.substr(ok.find("[RespuestaDefecto]"));
+  struct Case {
+    const char* name;
+    std::string ini;
+    std::function<std::string(const RuntimeFolder&)> breakIt;  // returns VELMORA_HOME, or ""
+    const char* failure;
+  };
+  const Case cases[] = {
+      {"sound", ok, {}, nullptr},
+      {"relative home", ok, [](const RuntimeFolder&) { return std::string("runtime"); }, "FAIL  runtime folder: runtime/: not an absolute"},
+      {"blank in home", ok, [](const RuntimeFolder& f) { fs::create_directory(f.Path("a b")); return f.Path("a b"); }, "holds a blank"},
+      {"no executor.exe", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("executor.exe")); return std::string(); }, "FAIL  executor.exe"},
+      {"executor.exe not executable", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("executor.exe")); f.Write("executor.exe", "x"); return std::string(); }, "not an executable"},
+      {"no velmora.ini", "", {}, "FAIL  velmora.ini"},
+      {"bad key", Ini(sim.WsdlUrl(), "PeticionTimeOut", "treinta"), {}, "FAIL  [Asincrono] PeticionTimeOut: \"treinta\": error 13"},
+      {"no [Proxy]", noProxy, {}, "FAIL  [Proxy] UtilizarProxy: \"\": error 13"},
+      {"unreadable CA file", Ini(sim.WsdlUrl(), "TimeOut", "5000\r\nCAFile=/nonexistent/ca.pem"), {}, "FAIL  [Proxy] CAFile"},
+      {"Recibidos is a file", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("Recibidos")); f.Write("Recibidos", ""); return std::string(); }, "Recibidos: not a folder"},
+      {"service down", Ini("http://127.0.0.1:" + unused + "/x?wsdl"), {}, "FAIL  service description"},
+      {"proxy down", Ini(sim.WsdlUrl(), "UtilizarProxy", "1\r\nServidor=127.0.0.1\r\nPuerto=" + unused + "\r\nUsarProxy=1"), {}, "FAIL  service description"},
+  };
+  for (const Case& c : cases) {
+    RuntimeFolder f(c.ini);
+    fs::create_symlink(VELMORA_EXECUTOR, f.Path("executor.exe"));
+    const std::string home = c.breakIt ? c.breakIt(f) : "";
+    const Result r = Velmora(f, {"status"}, home);
+    EXPECT_EQ(r.exit, c.failure ? 1 : 0) << c.name << "\n" << r.output;
+    if (c.failure) EXPECT_NE(r.output.find(c.failure), std::string::npos) << c.name << "\n" << r.output;
+    else EXPECT_EQ(r.output.find("FAIL"), std::string::npos) << r.output;
+  }
+  RuntimeFolder f(ok);
+  const Result json = Velmora(f, {"status", "--json"});
+  EXPECT_EQ(json.output.rfind("{\"passed\":false,\"checks\":[{\"name\":\"runtime folder\",\"passed\":true,", 0), 0u) << json.output;
+  EXPECT_NE(json.output.find("{\"name\":\"executor.exe\",\"passed\":false,"), std::string::npos);
+}
+
+// Recibidos on a file system without user extended attributes (ramfs, mounted in a user and
+// mount namespace of the child only); skipped where namespaces are not allowed.
+TEST(Cli, StatusFailsWithoutExtendedAttributes) {
+  RuntimeFolder f;
+  fs::create_symlink(VELMORA_EXECUTOR, f.Path("executor.exe"));
+  const std::string received = f.Path("Recibidos");
+  const std::string map = "0 " + std::to_string(getuid()) + " 1";  // made before the fork
+  const Result r = Velmora(f, {"status"}, {}, [&] {
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    const int setgroups = open("/proc/self/setgroups", O_WRONLY), uidMap = open("/proc/self/uid_map", O_WRONLY);
+    return setgroups >= 0 && write(setgroups, "deny", 4) == 4 && uidMap >= 0 &&
+           write(uidMap, map.data(), map.size()) == static_cast<ssize_t>(map.size()) &&
+           mount("none", received.c_str(), "ramfs", 0, nullptr) == 0;
+  });
+  if (r.exit == 99) GTEST_SKIP() << "no user namespace to mount ramfs in";
+  EXPECT_EQ(r.exit, 1);
+  EXPECT_NE(r.output.find("FAIL  hidden mark (extended attributes): " + received + "/: "), std::string::npos) << r.output;
+}
+
+}  // namespace
