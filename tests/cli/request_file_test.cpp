@@ -21,8 +21,8 @@ TEST(RequestFile, OneSectionIsASingleDispensationNumberedOnesABatch) {
   EXPECT_EQ(batch.requests[1].at("IDPrescripcion"), "");
 
   // As a Windows editor saves it: byte order mark, names in another case, Windows-1252 lines.
-  const auto windows = ParseRequestFile("\xEF\xBB\xBF[dispensacion]\r\nnombrePACIENTE=Jos\xE9 Ib\xE1\xF1ez\r\nTis=\xE2\x82\xAC\r\n");
-  EXPECT_EQ(windows.requests[0].at("NombrePaciente"), "Jos\xC3\xA9 Ib\xC3\xA1\xC3\xB1ez");
+  const auto windows = ParseRequestFile("\xEF\xBB\xBF[dispensacion]\r\nnombrePACIENTE=Jos\xE9 Ib\xE1\xF1" "ez\r\nTis=\xE2\x82\xAC\r\n");
+  EXPECT_EQ(windows.requests[0].at("NombrePaciente"), "Jos\xC3\xA9 Ib\xC3\xA1\xC3\xB1" "ez");
   EXPECT_EQ(windows.requests[0].at("Tis"), "\xE2\x82\xAC");  // UTF-8 stays as it is
 }
 
