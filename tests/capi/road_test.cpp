@@ -144,6 +144,9 @@ TEST(CApiRoad, AcceptedDispensationWithCallbacksThatCallBack) {
   EXPECT_EQ(n, 1);
   ASSERT_EQ(velmora_CRespuestaPeticion_m_intNMotivosRechazo(response, &n), VELMORA_OK);
   EXPECT_EQ(n, 0);
+  int32_t tipo = 0;
+  ASSERT_EQ(velmora_CRespuestaPeticion_TipoRespuesta(response, &tipo), VELMORA_OK);
+  EXPECT_EQ(tipo, VELMORA_rspReceived);
   EXPECT_EQ(Items(response, VELMORA_m_colCodigoAviso), std::vector<std::string>{"0000"});
   EXPECT_EQ(Items(response, VELMORA_m_colTextoAviso).size(), 1u);
   EXPECT_TRUE(Items(response, VELMORA_m_colCodigoMotivosRechazo).empty());
@@ -247,13 +250,17 @@ TEST(CApiRoad, FailuresShowInTheResponseAndErrores) {
     bool withIni;
     bool withExecutor;
     std::vector<std::string> expectedErrors;  // each among the numbers Errores holds
+    int valid;
+    const char* failure;  // the executor's, on the response
   };
   const Case cases[] = {
-      {"no executor.exe", true, false, {"53 ", "32013 "}},
-      {"no velmora.ini", false, true, {"32001 ", "32005 ", "32013 "}},
+      {"no executor.exe", true, false, {"53 ", "32013 "}, 0, ""},
+      {"no velmora.ini", false, true, {"32001 ", "32005 ", "32013 "}, 0, ""},
+      // The default ini names a service that refuses connections; its answer is the internal one.
+      {"service down", true, true, {}, 1, "(-2147467259) Error de conexi\xC3\xB3n: http://127.0.0.1:1/"},
   };
   for (const Case& c : cases) {
-    InterfaceFixture f(c.withIni ? velmora::testing::RuntimeFolder::DefaultIni() : "", c.withExecutor);
+    InterfaceFixture f(c.withIni ? velmora::testing::IniWith("PeticionTimeOut", "2") : "", c.withExecutor);
     velmora_CInterface* iface = nullptr;
     ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
     int enabled = -1;
@@ -262,9 +269,15 @@ TEST(CApiRoad, FailuresShowInTheResponseAndErrores) {
     velmora_CPeticionDispensacion* request = Request("RX009", "600000");
     velmora_CRespuestaPeticion* response = nullptr;
     ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(iface, request, &response), VELMORA_OK) << c.name;
-    int valid = 1;
+    int valid = -1;
+    int32_t tipo = 0;
+    const char* failure = nullptr;
     velmora_CRespuestaPeticion_DatosValidos(response, &valid);
-    EXPECT_EQ(valid, 0) << c.name;
+    velmora_CRespuestaPeticion_TipoRespuesta(response, &tipo);
+    velmora_CRespuestaPeticion_FalloEjecutor(response, &failure);
+    EXPECT_EQ(valid, c.valid) << c.name;
+    EXPECT_EQ(tipo, VELMORA_rspInternal) << c.name;
+    EXPECT_EQ(std::string(failure).rfind(c.failure, 0), 0u) << c.name << ": " << failure;
     const std::string numbers = " " + ErrorNumbers(iface);
     for (const std::string& n : c.expectedErrors) EXPECT_NE(numbers.find(" " + n), std::string::npos) << c.name << ": " << numbers;
     EXPECT_EQ(velmora_CRespuestaPeticion_release(response), VELMORA_OK);

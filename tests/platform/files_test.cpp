@@ -99,9 +99,15 @@ TEST(Text, TrimUpperAndWindows1252) {
   EXPECT_EQ(UpperCase("codigoAviso ñ"), "CODIGOAVISO ñ");
   // The five bytes the code page leaves undefined map to themselves, as Windows converts them.
   EXPECT_EQ(Cp1252ToUtf8("\xF3\x80\x81"), "ó€\xC2\x81");
-  EXPECT_TRUE(IsValidUtf8("año"));
-  EXPECT_FALSE(IsValidUtf8("a\xF1o"));
-  EXPECT_FALSE(IsValidUtf8("\xC0\xAF"));
+  const std::pair<const char*, bool> utf8[] = {
+      {"", true}, {"a\xC3\xB1o", true}, {"\xE2\x82\xAC", true}, {"\xF0\x9F\x92\x8A", true},
+      {"\xF4\x8F\xBF\xBF", true},                         // U+10FFFF, the last one
+      {"a\xF1o", false}, {"\x80", false}, {"\xC3", false}, {"\xE2\x82", false},  // Latin-1, stray, cut short
+      {"\xC0\xAF", false}, {"\xE0\x80\xAF", false},          // overlong "/"
+      {"\xED\xA0\x80", false}, {"\xF4\x90\x80\x80", false},  // a surrogate, above U+10FFFF
+      {"\xF8\x88\x80\x80\x80", false}, {"\xC3\x28", false}, // five-byte form, lead byte then ASCII
+  };
+  for (const auto& [bytes, valid] : utf8) EXPECT_EQ(IsValidUtf8(bytes), valid) << bytes;
 }
 
 }  // namespace
