@@ -65,15 +65,11 @@ TEST(CApiRequest, EveryTextPropertyLandsInItsOwnMember) {
   EXPECT_EQ(velmora_CPeticionDispensacion_release(request), VELMORA_OK);
 }
 
-velmora_CPeticionDispensacion* CompleteCRequest(const char* id) {
-  velmora_CPeticionDispensacion* r = nullptr;
-  velmora_CPeticionDispensacion_create(&r);
-  const velmora::CPeticionDispensacion filled = velmora::testing::CompleteRequest();
-  for (const auto& p : kTextProperties)
-    velmora_CPeticionDispensacion_SetText(r, p.id, (filled.*p.member).c_str());
-  velmora_CPeticionDispensacion_SetText(r, VELMORA_IDPrescripcion, id);
-  return r;
-}
+}  // namespace
+
+velmora_CPeticionDispensacion* CompleteCRequest(const char* id, const char* product = nullptr);
+
+namespace {
 
 TEST(CApiRequest, BatchKeepsCopiesAndRefusesIncompleteRequests) {
   velmora::testing::InterfaceFixture f;
@@ -131,3 +127,15 @@ TEST(CApiRequest, BatchKeepsCopiesAndRefusesIncompleteRequests) {
 }
 
 }  // namespace
+
+// A request with every text of testing::CompleteRequest() (road_test.cpp uses it too).
+velmora_CPeticionDispensacion* CompleteCRequest(const char* id, const char* product) {
+  velmora_CPeticionDispensacion* r = nullptr;
+  EXPECT_EQ(velmora_CPeticionDispensacion_create(&r), VELMORA_OK);
+  const velmora::CPeticionDispensacion filled = velmora::testing::CompleteRequest();
+  for (const auto& p : kTextProperties)
+    EXPECT_EQ(velmora_CPeticionDispensacion_SetText(r, p.id, (filled.*p.member).c_str()), VELMORA_OK);
+  velmora_CPeticionDispensacion_SetText(r, VELMORA_IDPrescripcion, id);
+  if (product) velmora_CPeticionDispensacion_SetText(r, VELMORA_CodigoDispensado, product);
+  return r;
+}

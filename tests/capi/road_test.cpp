@@ -11,6 +11,8 @@
 #include "test_processes.h"
 #include "velmora/velmora.h"
 
+velmora_CPeticionDispensacion* CompleteCRequest(const char* id, const char* product);  // request_test.cpp
+
 namespace {
 
 using velmora::testing::InterfaceFixture;
@@ -20,22 +22,6 @@ std::string Ini(const SimulatorProcess& sim) {
   std::string ini = velmora::testing::IniWith("Servicio", sim.WsdlUrl());
   ini.replace(ini.find("PeticionTimeOut=5"), 17, "PeticionTimeOut=10");
   return ini;
-}
-
-velmora_CPeticionDispensacion* Request(const char* id, const char* product) {
-  const velmora::CPeticionDispensacion r = velmora::testing::CompleteRequest();
-  velmora_CPeticionDispensacion* h = nullptr;
-  EXPECT_EQ(velmora_CPeticionDispensacion_create(&h), VELMORA_OK);
-  const std::pair<int, std::string> fields[] = {
-      {VELMORA_ClaveUsuario, r.ClaveUsuario}, {VELMORA_IdUsuario, r.IdUsuario}, {VELMORA_Idioma, r.Idioma},
-      {VELMORA_FechaDispensacion, r.FechaDispensacion}, {VELMORA_IdFarmacia, r.IdFarmacia},
-      {VELMORA_IdFarmaceutico, r.IdFarmaceutico}, {VELMORA_EnvasesDispensados, r.EnvasesDispensados},
-      {VELMORA_Importe, r.Importe}, {VELMORA_ImporteAportacion, r.ImporteAportacion},
-      {VELMORA_IdProvincia, r.IdProvincia}, {VELMORA_Tis, r.Tis}, {VELMORA_IDPrescripcion, id},
-      {VELMORA_CodigoDispensado, product}};
-  for (const auto& [property, value] : fields)
-    EXPECT_EQ(velmora_CPeticionDispensacion_SetText(h, property, value.c_str()), VELMORA_OK);
-  return h;
 }
 
 std::vector<std::string> Items(const velmora_CRespuestaPeticion* r, int collection) {
@@ -125,7 +111,7 @@ TEST(CApiRoad, AcceptedDispensationWithCallbacksThatCallBack) {
   EXPECT_EQ(std::string(log), f.folder.Path("velmora.log"));
   ASSERT_EQ(velmora_CInterface_SetOpcionesLog(host.iface, 3), VELMORA_OK);
 
-  host.request = Request("RX001", "600000");
+  host.request = CompleteCRequest("RX001", "600000");
   velmora_CInterface_OnAlIniciarSolicitudDispensacion(host.iface, OnStart, &host);
   velmora_CInterface_OnAlTerminarSolicitudDispensacion(host.iface, OnFinish, &host);
   velmora_CInterface_OnIdle(host.iface, OnIdle, &host);
@@ -183,7 +169,7 @@ TEST(CApiRoad, RejectionReasonsAndUnregisteredCallbacks) {
   velmora_CInterface_OnAlTerminarSolicitudDispensacion(host.iface, OnFinish, &host);
   velmora_CInterface_OnAlTerminarSolicitudDispensacion(host.iface, nullptr, &host);  // removed again
   velmora_CInterface_OnIdle(host.iface, IdleOnce, &host);
-  velmora_CPeticionDispensacion* request = Request("RX003", "sim:rejected");
+  velmora_CPeticionDispensacion* request = CompleteCRequest("RX003", "sim:rejected");
   velmora_CRespuestaPeticion* response = nullptr;
   ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(host.iface, request, &response), VELMORA_OK);
   int done = 1;
@@ -208,7 +194,7 @@ TEST(CApiRoad, BatchRowsComeBackOnePerItem) {
   const char* products[] = {"sim:batch-rejected", "700002", "700003"};
   for (int i = 0; i < 3; ++i) {
     const std::string id = "RXB" + std::to_string(i + 1);
-    velmora_CPeticionDispensacion* r = Request(id.c_str(), products[i]);
+    velmora_CPeticionDispensacion* r = CompleteCRequest(id.c_str(), products[i]);
     velmora_CPeticionDispensacion_SetText(r, VELMORA_Lector, ("L" + id).c_str());
     int added = 0;
     ASSERT_EQ(velmora_CListadoDispensaciones_aniadirDispensacion(list, r, &added), VELMORA_OK);
@@ -266,7 +252,7 @@ TEST(CApiRoad, FailuresShowInTheResponseAndErrores) {
     int enabled = -1;
     velmora_CInterface_Enabled(iface, &enabled);
     EXPECT_EQ(enabled, c.withIni ? 1 : 0) << c.name;
-    velmora_CPeticionDispensacion* request = Request("RX009", "600000");
+    velmora_CPeticionDispensacion* request = CompleteCRequest("RX009", "600000");
     velmora_CRespuestaPeticion* response = nullptr;
     ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(iface, request, &response), VELMORA_OK) << c.name;
     int valid = -1;
