@@ -7,6 +7,7 @@
 
 #include "options.h"
 #include "simulator.h"
+#include "velmora/version.h"
 
 int main(int argc, char** argv) {
   std::vector<std::string> args(argv + 1, argv + argc);
@@ -15,6 +16,10 @@ int main(int argc, char** argv) {
   if (!options) {
     std::fprintf(stderr, "velmora-sim: %s\nTry 'velmora-sim --help'.\n", error.c_str());
     return 2;
+  }
+  if (options->version) {
+    std::puts("velmora-sim " VELMORA_VERSION_STRING);
+    return 0;
   }
   if (options->help) {
     std::fputs(velmora::sim::HelpText().c_str(), stdout);

@@ -11,8 +11,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& args, std::s
   Options o;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    if (a == "--help" || a == "-h") {
-      o.help = true;
+    if (a == "--help" || a == "-h" || a == "--version") {
+      (a == "--version" ? o.version : o.help) = true;
       continue;
     }
     std::string* target = nullptr;
@@ -93,7 +93,8 @@ Usage: velmora-sim [--port N] [--scenario NAME] [options]
                        first MS (the TCP handshake); 0, the default, adds nothing
   --endpoint URL       the endpoint the WSDL names (soap:address) instead of this simulator's
   --wsdl-redirect URL  answer the WSDL address with a redirect (302) to URL
-  --help               this text
+  -h, --help           this text
+  --version            the version, and nothing else
 
 Scenarios:
   accepted             done: NAvisos 1, codigoAviso holds the success code

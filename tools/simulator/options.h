@@ -19,6 +19,7 @@ struct Options {
   std::string endpoint;            // the endpoint the WSDL names; empty: this simulator's own
   std::string descriptionRedirect; // where GET of the WSDL is redirected; empty: served here
   bool help = false;
+  bool version = false;
 };
 
 // Parses argv[1..]; on a mistake returns nullopt and fills `error`.
