@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Proves the installed package is usable on its own: builds velmora, installs it into a fresh
-# temporary prefix, builds the C example host against that prefix twice (pkg-config, and
-# find_package in a small CMake project), then runs both example hosts (C and Python) against
-# velmora-sim on an ephemeral port, from a VELMORA_HOME folder set up as an integrator would.
+# Proves the Debian package is usable on its own: builds velmora, makes the .deb with cpack,
+# unpacks it into a clean temporary root (dpkg-deb -x: the system's own dpkg database and /usr are
+# never touched), then, from the unpacked files only: builds the C example host against them
+# twice (pkg-config, and find_package in a small CMake project), sets up a VELMORA_HOME folder as
+# velmora(1) shows, checks it with the installed `velmora status`, and runs the installed
+# `velmora dispense` on the sample request, both C hosts, the Python host and the Python module's
+# tests (the module pip-installed into a venv) against the installed velmora-sim.
 # Any failure stops the script with a message and a non-zero status.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
@@ -10,7 +13,7 @@ build="${VELMORA_INSTALL_CHECK_BUILD:-$here/build/install-check}"
 jobs=$(nproc)
 
 fail() { echo "install_check: FAILED: $*" >&2; exit 1; }
-step() { echo "== install_check: $*"; }
+step() { echo "== install_check: $* ($SECONDS s)"; }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/velmora-install-check.XXXXXX")
 sim_pid=""
@@ -23,49 +26,59 @@ cleanup() {
 }
 trap cleanup EXIT
 
+# The build directory is kept between runs and compiles through ccache when there is one, so a
+# second run rebuilds only what changed.
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 step "build ($build)"
-cmake -S "$here" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_BUILD_TESTS=OFF -DVELMORA_WERROR=ON >/dev/null
+cmake -S "$here" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_BUILD_TESTS=OFF -DVELMORA_WERROR=ON \
+  -DCMAKE_INSTALL_PREFIX=/usr "${launcher[@]}" >/dev/null
 cmake --build "$build" -j"$jobs"
 
-prefix="$work/prefix"
-step "install into $prefix"
-cmake --install "$build" --prefix "$prefix" >/dev/null
-libdir=""
-for candidate in "$prefix"/lib "$prefix"/lib64 "$prefix"/lib/*-linux-gnu; do
-  if [ -f "$candidate/pkgconfig/velmora.pc" ]; then libdir=$candidate; break; fi
-done
-[ -n "$libdir" ] || fail "no velmora.pc under $prefix"
-for f in "$libdir/libvelmora.so" "$libdir/executor.exe" "$libdir/cmake/velmora/velmoraConfig.cmake" \
-         "$prefix/include/velmora/velmora.h" "$prefix/include/velmora/interface.h" \
-         "$prefix/bin/velmora-sim" "$prefix/share/velmora/velmora.ini"; do
-  [ -e "$f" ] || fail "not installed: $f"
+step "package"
+(cd "$build" && cpack -G DEB -B "$work/package" >/dev/null) || fail "cpack -G DEB failed"
+deb=$(ls "$work"/package/velmora_*.deb)
+dpkg-deb --info "$deb" | grep -q "Package: velmora" || fail "the package is not named velmora"
+root="$work/root"
+dpkg-deb -x "$deb" "$root"
+multiarch=$(find "$root/usr/lib" -name velmora.pc -printf '%h\n' | head -n1)
+libdir=${multiarch%/pkgconfig}
+[ -n "$multiarch" ] || fail "no velmora.pc in the package"
+for f in "$libdir/libvelmora.so" "$libdir/libvelmora.so.1" "$libdir/executor.exe" \
+         "$libdir/cmake/velmora/velmoraConfig.cmake" "$root/usr/include/velmora/velmora.h" \
+         "$root/usr/include/velmora/version.h" "$root/usr/bin/velmora" "$root/usr/bin/velmora-sim" \
+         "$root/usr/share/velmora/velmora.ini" "$root/usr/share/man/man1/velmora.1" \
+         "$root/usr/share/man/man1/velmora-sim.1" "$root/usr/share/man/man5/velmora.ini.5" \
+         "$root/usr/share/doc/velmora/LICENSE" "$root/usr/share/doc/velmora/examples/request.ini"; do
+  [ -e "$f" ] || fail "not in the package: ${f#"$root"}"
 done
 [ -x "$libdir/executor.exe" ] || fail "executor.exe is not executable"
-# Nothing of the build tree may leak into the installed programs' run paths.
-if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" | grep -E 'R(UN)?PATH' | grep -q "$build"; then
+if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" "$root/usr/bin/velmora" | grep -E 'R(UN)?PATH' | grep -q "$build"; then
   fail "an installed binary still points into the build tree"
 fi
 
-export PKG_CONFIG_PATH="$libdir/pkgconfig"
+export PKG_CONFIG_PATH="$multiarch"
 step "C host through pkg-config"
 pkg-config --exists --print-errors "velmora >= 1" || fail "pkg-config does not find velmora"
 [ "$(pkg-config --variable=executor velmora)" -ef "$libdir/executor.exe" ] || fail "velmora.pc names the wrong executor"
 # shellcheck disable=SC2046 # the flags are meant to be split
-cc -std=c99 -Wall -Wextra -pedantic -Werror -o "$work/host-pkgconfig" "$here/examples/c/host.c" \
+cc -std=c99 -Wall -Wextra -pedantic -Werror -o "$work/host-pkgconfig" "$root/usr/share/doc/velmora/examples/c/host.c" \
   $(pkg-config --cflags --libs velmora) -Wl,-rpath,"$(pkg-config --variable=libdir velmora)" \
   || fail "the C host does not build with pkg-config"
 
 step "C host through find_package(velmora)"
-cmake -S "$here/examples/c" -B "$work/host-cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null \
-  || fail "find_package(velmora) failed"
+cmake -S "$root/usr/share/doc/velmora/examples/c" -B "$work/host-cmake" -DCMAKE_PREFIX_PATH="$root/usr" \
+  -DCMAKE_BUILD_TYPE=Release >/dev/null || fail "find_package(velmora) failed"
 cmake --build "$work/host-cmake" >/dev/null || fail "the C host does not build with find_package"
 
-step "runtime folder and velmora-sim"
+step "runtime folder as velmora(1) sets it up, and velmora-sim"
 home="$work/home"
-mkdir -m 700 "$home"
-install -m 600 "$prefix/share/velmora/velmora.ini" "$home/velmora.ini"
-ln -s "$libdir/executor.exe" "$home/executor.exe"
-"$prefix/bin/velmora-sim" --port 0 --port-file "$work/sim.port" >"$work/sim.out" 2>&1 &
+install -d -m 700 "$home"
+install -m 600 "$root/usr/share/velmora/velmora.ini" "$home/velmora.ini"
+ln -s "$(pkg-config --variable=executor velmora)" "$home/executor.exe"
+"$root/usr/bin/velmora-sim" --port 0 --port-file "$work/sim.port" >"$work/sim.out" 2>&1 &
 sim_pid=$!
 port=""
 for _ in $(seq 1 500); do  # at most ten seconds
@@ -77,6 +90,12 @@ done
 sed -i "s|^Servicio=.*|Servicio=http://127.0.0.1:$port/dispensacion?wsdl|" "$home/velmora.ini"
 export VELMORA_HOME="$home"
 export VELMORA_PDF_VIEWER=""
+
+step "velmora status and dispense"
+"$root/usr/bin/velmora" status >"$work/status.out" 2>&1 || { cat "$work/status.out" >&2; fail "velmora status failed"; }
+"$root/usr/bin/velmora" dispense "$root/usr/share/doc/velmora/examples/request.ini" >"$work/dispense.out" 2>&1 \
+  || { cat "$work/dispense.out" >&2; fail "the sample request was not accepted"; }
+grep -qx "ACCEPTED (rspReceived)" "$work/dispense.out" || fail "velmora dispense: no verdict of the service"
 
 run_host() {
   local name=$1; shift
@@ -96,11 +115,22 @@ run_host() {
 
 run_host "C host (pkg-config)" "$work/host-pkgconfig"
 run_host "C host (find_package)" "$work/host-cmake/velmora-example-host"
-run_host "Python host" python3 "$here/examples/python/host.py" --library "$libdir/libvelmora.so"
+
+# The module as an integrator installs it: into a virtual environment, offline (the build uses
+# the environment's own setuptools instead of fetching one).
+step "Python module into a venv"
+python3 -m venv "$work/venv" >/dev/null || fail "python3 -m venv failed (python3-venv)"
+"$work/venv/bin/pip" install --quiet --no-index --no-build-isolation "$here/python" >"$work/pip.out" 2>&1 \
+  || { cat "$work/pip.out" >&2; fail "pip install ./python failed"; }
+export VELMORA_LIBRARY="$libdir/libvelmora.so.1"
+py="$work/venv/bin/python"
+(cd "$work" && "$py" -m unittest discover -s "$here/python/tests" -t "$here/python/tests") \
+  || fail "the Python module's tests failed"
+run_host "Python host" "$py" "$root/usr/share/doc/velmora/examples/python/host.py"
 
 # A rejection must reach the host as a verdict, not as a failure of the call.
 step "Python host, rejected"
-python3 "$here/examples/python/host.py" --library "$libdir/libvelmora.so" sim:rejected >"$work/rejected.out" 2>&1 \
+"$py" "$root/usr/share/doc/velmora/examples/python/host.py" sim:rejected >"$work/rejected.out" 2>&1 \
   || { cat "$work/rejected.out" >&2; fail "the rejected dispensation failed the call"; }
 grep -qx "DispensacionRealizada: False" "$work/rejected.out" || fail "a rejection was reported as done"
 grep -q "^  2001  " "$work/rejected.out" || fail "the rejection reasons did not reach the host"
