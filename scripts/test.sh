@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything with warnings as errors and runs the whole test suite under
 # AddressSanitizer and UndefinedBehaviorSanitizer (optimised, so what is tested is close to what
-# ships), then builds the plain library and tools, installs them into a temporary prefix and runs
-# the C and Python example hosts against the simulator. Installs what it needs first.
+# ships), then builds the plain library and tools, packages them as a .deb, unpacks it into a
+# temporary root and runs the installed tools and the C and Python hosts against the installed
+# simulator. Installs what it needs first.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 "$here/scripts/bootstrap.sh"
@@ -14,5 +15,5 @@ cmake --build "$build" -j"$jobs"
 (cd "$build" && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --output-on-failure -j"$jobs" --timeout 300)
 
-# The installed package as an integrator uses it: C and Python hosts against velmora-sim.
+# The Debian package as an integrator uses it: C and Python hosts against velmora-sim.
 VELMORA_INSTALL_CHECK_BUILD="$here/build/install-check" "$here/scripts/install_check.sh"
