@@ -30,8 +30,6 @@ TEST(Batch, IdentifierFilesAndStaleAnswer) {
   CInterface iface;
   std::string started;
   iface.AlIniciarSolicitudDispensacion = [&](const std::string& id) { started = id; };
-  ResponseTypeEnum type = rspReceived;
-  iface.AlTerminarSolicitudDispensacion = [&](bool, ResponseTypeEnum t) { type = t; };
   CListadoDispensaciones list;
   auto request = CompleteRequest();
   request.IDPrescripcion = "123";
@@ -41,7 +39,7 @@ TEST(Batch, IdentifierFilesAndStaleAnswer) {
   auto response = iface.SolicitudDispensaciones(list);
   EXPECT_EQ(started, "MD__123");
   EXPECT_TRUE(response->DatosValidos);
-  EXPECT_EQ(type, rspInternal);
+  EXPECT_EQ(response->TipoRespuesta, rspInternal);
   EXPECT_FALSE(response->DispensacionRealizada());
   EXPECT_FALSE(f.Exists("Recibidos/MD__123.xml"));
   EXPECT_TRUE(f.Exists("Retrasados/MD__123.xml"));
@@ -53,13 +51,11 @@ TEST(Batch, DefaultArchiveIsTestedButDefaultFileIsRead) {
   f.folder.Write("defaultResp.xml", "<RespuestaPeticion><ResultResp>1</ResultResp></RespuestaPeticion>");
   f.folder.Write("defrespo.xml", "<RespuestaPeticion><ResultResp>0</ResultResp></RespuestaPeticion>");
   CInterface iface;
-  ResponseTypeEnum type = rspReceived;
-  iface.AlTerminarSolicitudDispensacion = [&](bool, ResponseTypeEnum t) { type = t; };
   CListadoDispensaciones list;
   auto request = CompleteRequest();
   ASSERT_TRUE(list.aniadirDispensacion(request));
   auto response = iface.SolicitudDispensaciones(list);
-  EXPECT_EQ(type, rspDefault);
+  EXPECT_EQ(response->TipoRespuesta, rspDefault);
   EXPECT_TRUE(response->DispensacionRealizada());  // read from defrespo.xml
 }
 
