@@ -10,7 +10,7 @@ packages=(
   libfreetype-dev libfontconfig-dev fonts-liberation fontconfig
   libzint-dev libstb-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  qpdf poppler-utils python3 python3-venv python3-zxing-cpp python3-pil tinyproxy
+  qpdf poppler-utils python3 python3-venv python3-wheel python3-zxing-cpp python3-pil tinyproxy
   "$@"
 )
 

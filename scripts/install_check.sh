@@ -116,10 +116,10 @@ run_host() {
 run_host "C host (pkg-config)" "$work/host-pkgconfig"
 run_host "C host (find_package)" "$work/host-cmake/velmora-example-host"
 
-# The module as an integrator installs it: into a virtual environment, offline (the build uses
-# the environment's own setuptools instead of fetching one).
+# The module as an integrator installs it: into a virtual environment of Debian's python3,
+# offline (the build takes setuptools and wheel from the system instead of fetching them).
 step "Python module into a venv"
-python3 -m venv "$work/venv" >/dev/null || fail "python3 -m venv failed (python3-venv)"
+/usr/bin/python3 -m venv --system-site-packages "$work/venv" >/dev/null || fail "python3 -m venv failed (python3-venv)"
 "$work/venv/bin/pip" install --quiet --no-index --no-build-isolation "$here/python" >"$work/pip.out" 2>&1 \
   || { cat "$work/pip.out" >&2; fail "pip install ./python failed"; }
 export VELMORA_LIBRARY="$libdir/libvelmora.so.1"
