@@ -58,7 +58,8 @@ void BarCode128::InicializarTabla() {
   tabla_ = colC128();
   for (int n = 1; n <= 107; ++n) {
     const std::string código = n <= 95 ? std::string(1, static_cast<char>(31 + n)) : std::string();
-    C128& item = tabla_.Add(código, "A" + std::to_string(n));
+    // Appended, not "A" + string: GCC 12 at -O3 warns (wrongly, -Wrestrict) on that form here.
+    C128& item = tabla_.Add(código, std::string("A").append(std::to_string(n)));
     item.Valor = static_cast<int16_t>(n - 1);
     item.Patrón = std::string(barcode::kCode128Patterns[static_cast<size_t>(n - 1)]);
   }

@@ -10,7 +10,7 @@ void CError::AddError(const Error& objError) {
   // context is a number there, so "no context" reads "0".
   CErrorItem item;
   item.Description = objError.Description;
-  item.HelpContext = "0";
+  item.HelpContext.assign(1, '0');  // not = "0": GCC 12 at -O3 warns (wrongly, -Wrestrict) on it
   item.HelpFile = "";
   item.Number = objError.Number;
   item.Source = objError.Source;

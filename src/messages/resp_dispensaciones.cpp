@@ -124,7 +124,7 @@ void CRespDispensaciones::AddFailureRow() {
   resultado_.Clear();
   working_.Codigo = "99999";
   working_.Description = kFailureText;
-  working_.TipoRespuesta = "1";
+  working_.TipoRespuesta.assign(1, '1');  // not = "1": GCC 12 at -O3 warns (wrongly, -Wrestrict) on it
   working_.CodigoDispensado = "99999";
   addDispensationResult(working_);
 }

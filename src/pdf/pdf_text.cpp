@@ -323,7 +323,8 @@ void cPDF::WText(int16_t Top, int16_t Left, const std::string& Text, const std::
   WriteLine("/" + FontName + " " + Int(FontSize) + " Tf");
   WriteLine(MatrixLine(Rotation, Left, y));
   WriteLine(pdf::ColorTriple(textColor_) + " rg");
-  WriteLine("<" + pdf::HexString(Text) + "> Tj");
+  // Appended, not "<" + string: GCC 12 at -O3 warns (wrongly, -Wrestrict) on that form here.
+  WriteLine(std::string("<").append(pdf::HexString(Text)).append("> Tj"));
   if (ownTextObject) WriteLine("ET");
   WriteLine("Q");
 }
@@ -456,7 +457,7 @@ void cPDF::WTextBox(int16_t Top, int16_t Left, int16_t Height, int16_t Width, co
     }
     double y = PageHeight() - (Top + shift + static_cast<double>(i) * FontSize + baseline);
     WriteLine("1 0 0 1 " + Fixed(x, 2) + " " + Fixed(y, 2) + " Tm");
-    WriteLine("<" + pdf::HexBytes(line.bytes) + "> Tj");
+    WriteLine(std::string("<").append(pdf::HexBytes(line.bytes)).append("> Tj"));  // as in WText
   }
   if (wordSpacing != 0) WriteLine("0 Tw");
   WriteLine("ET");

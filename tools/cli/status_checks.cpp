@@ -86,7 +86,7 @@ std::string Converted(Kind kind, const std::string& raw) {
 
 Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
   const std::string raw = GetPrivateProfileStringEx(ini, key.section, key.key);
-  Check check{"[" + std::string(key.section) + "] " + key.key, true, {}};
+  Check check{std::string("[").append(key.section).append("] ").append(key.key), true, {}};
   if (key.proxyOnly && !proxyInUse) {
     check.detail = Converted(Kind::kText, key.kind == Kind::kSecret ? Converted(key.kind, raw) : raw) +
                    " (not used: UtilizarProxy is off)";
