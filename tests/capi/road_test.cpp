@@ -130,9 +130,6 @@ TEST(CApiRoad, AcceptedDispensationWithCallbacksThatCallBack) {
   EXPECT_EQ(n, 1);
   ASSERT_EQ(velmora_CRespuestaPeticion_m_intNMotivosRechazo(response, &n), VELMORA_OK);
   EXPECT_EQ(n, 0);
-  int32_t tipo = 0;
-  ASSERT_EQ(velmora_CRespuestaPeticion_TipoRespuesta(response, &tipo), VELMORA_OK);
-  EXPECT_EQ(tipo, VELMORA_rspReceived);
   EXPECT_EQ(Items(response, VELMORA_m_colCodigoAviso), std::vector<std::string>{"0000"});
   EXPECT_EQ(Items(response, VELMORA_m_colTextoAviso).size(), 1u);
   EXPECT_TRUE(Items(response, VELMORA_m_colCodigoMotivosRechazo).empty());
