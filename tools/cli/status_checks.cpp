@@ -172,7 +172,10 @@ Check AttributesCheck(const std::string& received, const std::string& root) {
 }
 
 // Fetches the service description as the executor does, through the proxy and CA of the ini.
-Check ServiceCheck(const std::string& service) {
+// The description the executors keep is dropped first: the check must reach the service itself,
+// and the next executor only fetches it again.
+Check ServiceCheck(const std::string& root, const std::string& service) {
+  unlink((root + "velmora.wsdl.cache").c_str());
   CExecutor executor;
   Check check{"service description", executor.ConectarServicio(), service};
   if (!check.passed)
@@ -203,7 +206,7 @@ std::vector<Check> RunChecks() {
        {files.GetSendedPath(), files.GetReceivedPath(), files.GetDelayedPath(), files.GetAuditorPath()})
     checks.push_back(WorkingFolder(folder));
   checks.push_back(AttributesCheck(files.GetReceivedPath(), root));
-  if (iniThere) checks.push_back(ServiceCheck(GetPrivateProfileStringEx(ini, "Configuracion", "Servicio")));
+  if (iniThere) checks.push_back(ServiceCheck(root, GetPrivateProfileStringEx(ini, "Configuracion", "Servicio")));
   return checks;
 }
 
