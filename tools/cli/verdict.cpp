@@ -33,7 +33,7 @@ const char* Bool(bool b) { return b ? "true" : "false"; }
 
 std::string Array(const Collection<std::string>& items) {
   std::string out = "[";
-  for (const auto& item : items) out += (out.size() > 1 ? "," : "") + Quoted(item);
+  for (const auto& item : items) out.append(out.size() > 1 ? "," : "").append(Quoted(item));
   return out + "]";
 }
 
