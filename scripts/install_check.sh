@@ -40,7 +40,7 @@ cmake --build "$build" -j"$jobs"
 step "package"
 (cd "$build" && cpack -G DEB -B "$work/package" >/dev/null) || fail "cpack -G DEB failed"
 deb=$(ls "$work"/package/velmora_*.deb)
-dpkg-deb --info "$deb" | grep -q "Package: velmora" || fail "the package is not named velmora"
+[ "$(dpkg-deb --field "$deb" Package)" = velmora ] || fail "the package is not named velmora"
 root="$work/root"
 dpkg-deb -x "$deb" "$root"
 multiarch=$(find "$root/usr/lib" -name velmora.pc -printf '%h\n' | head -n1)
@@ -55,7 +55,7 @@ for f in "$libdir/libvelmora.so" "$libdir/libvelmora.so.1" "$libdir/executor.exe
   [ -e "$f" ] || fail "not in the package: ${f#"$root"}"
 done
 [ -x "$libdir/executor.exe" ] || fail "executor.exe is not executable"
-if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" "$root/usr/bin/velmora" | grep -E 'R(UN)?PATH' | grep -q "$build"; then
+if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" "$root/usr/bin/velmora" | grep -E 'R(UN)?PATH' | grep -F "$build" >/dev/null; then  # not -q: with pipefail an early exit fails the pipe
   fail "an installed binary still points into the build tree"
 fi
 
