@@ -120,7 +120,8 @@ run_host "C host (find_package)" "$work/host-cmake/velmora-example-host"
 # offline (the build takes setuptools and wheel from the system instead of fetching them).
 step "Python module into a venv"
 /usr/bin/python3 -m venv --system-site-packages "$work/venv" >/dev/null || fail "python3 -m venv failed (python3-venv)"
-"$work/venv/bin/pip" install --quiet --no-index --no-build-isolation "$here/python" >"$work/pip.out" 2>&1 \
+cp -r "$here/python" "$work/python"  # setuptools builds in the source folder: not in the tree's
+"$work/venv/bin/pip" install --quiet --no-index --no-build-isolation "$work/python" >"$work/pip.out" 2>&1 \
   || { cat "$work/pip.out" >&2; fail "pip install ./python failed"; }
 export VELMORA_LIBRARY="$libdir/libvelmora.so.1"
 py="$work/venv/bin/python"
