@@ -275,7 +275,7 @@ TEST(CApiRoad, AnotherThreadIsRefused) {
   InterfaceFixture f;
   velmora_CInterface* iface = nullptr;
   ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
-  velmora_CPeticionDispensacion* request = Request("RX009", "600000");
+  velmora_CPeticionDispensacion* request = CompleteCRequest("RX009", "600000");
   velmora_CRespuestaPeticion* response = nullptr;
   int status = VELMORA_OK;
   std::thread([&] { status = velmora_CInterface_SolicitudDispensacion(iface, request, &response); }).join();

@@ -124,7 +124,7 @@ TEST(Cli, StatusFailsEachCheckOnItsOwnBrokenFolder) {
   };
   // Recibidos on ramfs, which takes no user extended attributes: mounted in a user and mount
   // namespace of the child only (the case is skipped where namespaces are not allowed).
-  std::string received;
+  std::string childPath;  // what the child mounts on or starts in
   const std::string uidMap = "0 " + std::to_string(getuid()) + " 1", gidMap = "0 " + std::to_string(getgid()) + " 1";
   const auto ramfs = [&] {
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
@@ -133,11 +133,12 @@ TEST(Cli, StatusFailsEachCheckOnItsOwnBrokenFolder) {
       return fd >= 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     };
     return put("/proc/self/setgroups", "deny") && put("/proc/self/uid_map", uidMap) && put("/proc/self/gid_map", gidMap) &&
-           mount("none", received.c_str(), "ramfs", 0, nullptr) == 0;
+           mount("none", childPath.c_str(), "ramfs", 0, nullptr) == 0;
   };
   const Case cases[] = {
       {"sound", ok, {}, nullptr},
-      {"relative home", ok, [](const RuntimeFolder&) { return std::string("runtime"); }, "FAIL  runtime folder: runtime/: not an absolute"},
+      {"relative home", ok, [&](const RuntimeFolder& f) { childPath = f.Root(); return std::string("."); }, "VELMORA_HOME \".\" is relative",
+       [&] { return chdir(childPath.c_str()) == 0; }},  // "." from the runtime folder itself
       {"blank in home", ok, [](const RuntimeFolder& f) { fs::create_directory(f.Path("a b")); return f.Path("a b"); }, "holds a blank"},
       {"no executor.exe", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("executor.exe")); return std::string(); }, "FAIL  executor.exe"},
       {"executor.exe not executable", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("executor.exe")); f.Write("executor.exe", "x"); return std::string(); }, "not an executable"},
@@ -147,7 +148,7 @@ TEST(Cli, StatusFailsEachCheckOnItsOwnBrokenFolder) {
       {"unreadable CA file", Ini(sim.WsdlUrl(), "TimeOut", "5000\r\nCAFile=/nonexistent/ca.pem"), {}, "FAIL  [Proxy] CAFile"},
       {"Recibidos is a file", ok, [](const RuntimeFolder& f) { fs::remove(f.Path("Recibidos")); f.Write("Recibidos", ""); return std::string(); }, "Recibidos: not a folder"},
       {"service down", Ini("http://127.0.0.1:" + unused + "/x?wsdl"), {}, "FAIL  service description"},
-      {"no extended attributes", ok, [&](const RuntimeFolder& f) { received = f.Path("Recibidos"); return std::string(); }, "(mount it with user extended attributes)", ramfs},
+      {"no extended attributes", ok, [&](const RuntimeFolder& f) { childPath = f.Path("Recibidos"); return std::string(); }, "(mount it with user extended attributes)", ramfs},
       {"proxy down", Ini(sim.WsdlUrl(), "UtilizarProxy", "1\r\nServidor=127.0.0.1\r\nPuerto=" + unused + "\r\nUsarProxy=1"), {}, "FAIL  service description"},
   };
   for (const Case& c : cases) {

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -107,7 +108,10 @@ Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
 Check RuntimeFolderCheck(const std::string& root) {
   Check check{"runtime folder", false, root};
   struct stat st{};
-  if (root.empty() || root.front() != '/')
+  const char* home = getenv("VELMORA_HOME");
+  if (home && *home && *home != '/')
+    check.detail += std::string(": VELMORA_HOME \"") + home + "\" is relative, so the folder depends on where the host starts";
+  else if (root.empty() || root.front() != '/')
     check.detail += ": not an absolute path (set VELMORA_HOME to one)";
   else if (root.find_first_of(" \t") != std::string::npos)
     check.detail += ": holds a blank, and executor.exe's command line is split at blanks";
