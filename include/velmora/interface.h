@@ -9,6 +9,7 @@
 #include "velmora/core.h"
 #include "velmora/export.h"
 #include "velmora/messages.h"
+#include "velmora/pending.h"
 
 namespace velmora {
 

@@ -27,6 +27,9 @@ std::function<bool()> StartExecutor(const std::string& id, bool batch, const cha
 // file only when it came from the executor. Results are ignored: the answer is already chosen.
 void CleanUpMessageFiles(const std::string& id, ResponseTypeEnum type);
 
+// Keeps a private copy of the request file of `id` in the pending folder (see pending_copy.h).
+void KeepPendingCopy(const std::string& id);
+
 // Picks and fills the response once the wait is over: the executor's file when it arrived, else
 // the default file when `defaultExists`, else the internal response of the ini; audits the
 // choice, loads the file, cleans up the message files and returns the kind given.
@@ -36,6 +39,9 @@ ResponseTypeEnum ChooseResponse(const std::string& id, bool arrived, bool defaul
   auto& auditor = core::ThreadContext().Auditor();
   ResponseTypeEnum type;
   std::string fileToLoad;
+  // Before the audit mark: the executor puts a late answer aside only once the mark is there,
+  // so the copy is always older than any late answer to it.
+  if (!arrived) KeepPendingCopy(id);
   if (arrived) {
     type = rspReceived;
     fileToLoad = responseFile;

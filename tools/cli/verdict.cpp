@@ -23,7 +23,8 @@ void PrintErrors(std::ostream& out, CError& errors) {
   for (const auto& e : errors.Errores()) out << "  error " << e.Number << " (" << e.Source << "): " << e.Description << "\n";
 }
 
-// A JSON string: quotes, backslashes and control characters escaped; UTF-8 passes as it is.
+}  // namespace
+
 std::string Quoted(const std::string& s) {
   std::string out = "\"";
   for (const char c : s) {
@@ -47,6 +48,8 @@ std::string Quoted(const std::string& s) {
   }
   return out + "\"";
 }
+
+namespace {
 
 const char* Bool(bool b) { return b ? "true" : "false"; }
 

@@ -8,6 +8,9 @@
 
 namespace velmora::cli {
 
+// A JSON string: quotes, backslashes and control characters escaped; UTF-8 passes as it is.
+std::string Quoted(const std::string& s);
+
 // "rspReceived", "rspDefault" or "rspInternal".
 const char* ResponseTypeName(ResponseTypeEnum type);
 
