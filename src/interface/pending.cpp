@@ -24,6 +24,8 @@ using interface::PendingClaim;
 
 // How long one pass of the wait may block before the host's idle callback runs again.
 constexpr std::chrono::milliseconds kPass{25};
+// Longer than any start of executor.exe, however loaded the machine.
+constexpr std::chrono::seconds kStartGrace{2};
 
 ino_t InodeOf(const std::string& path) {
   struct stat st {};
@@ -39,14 +41,18 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
   const std::string received = files.GetReceivedPath() + id + ".xml";
   interface::DirectoryWatch watchDelayed(files.GetDelayedPath());
   interface::DirectoryWatch watchReceived(files.GetReceivedPath());
-  const auto end = std::chrono::steady_clock::now() +
-                   std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
+  const auto start = std::chrono::steady_clock::now();
+  const auto end = start + std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
+  bool seen = false;
   for (;;) {
-    // Looked at before the files: once it has ended, what it left is final.
+    // Looked at before the files: once it has ended, what it left is final. A process shows no
+    // command line for a few milliseconds while it starts, so "ended" needs it seen once first.
     const bool running = interface::ExecutorRunning(id);
+    seen = seen || running;
     const ino_t now = InodeOf(delayed);
     if (now != 0 && now != delayedBefore) return delayed;
-    if (!running) return platform::PathExists(received) ? received : std::string();
+    if (!running && (seen || std::chrono::steady_clock::now() - start > kStartGrace))
+      return platform::PathExists(received) ? received : std::string();
     if (std::chrono::steady_clock::now() >= end) return {};
     if (onIdle) onIdle();
     watchDelayed.Wait(kPass);
