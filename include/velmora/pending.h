@@ -54,7 +54,7 @@ class VELMORA_API CDispensacionPendiente {
 // known: this class lists them, sends them again through executor.exe (same identifier, same
 // request bytes, the same audit record) and takes the acknowledgement of a late verdict. Safe
 // against other processes doing the same at the same time: each dispensation is sent once.
-// Nothing is thrown: failures show as results and in Errores().
+// Nothing is thrown: failures show as results and in the owner's Errores().
 class VELMORA_API CPendientes {
  public:
   // Uses the configuration `owner` loaded; `owner` must outlive this object.
@@ -70,11 +70,11 @@ class VELMORA_API CPendientes {
   // that dispensation has no late verdict (or another process holds it).
   bool ConfirmarVeredicto(const std::string& strIdPrescripcion);
 
-  CError& Errores() { return errores_; }
+  // The owner's Errores(): every error recorded since it was created, this object's included.
+  CError& Errores();
 
  private:
   CInterface& owner_;
-  CError errores_;
 };
 
 }  // namespace velmora

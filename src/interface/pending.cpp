@@ -148,7 +148,7 @@ std::vector<CDispensacionPendiente> CPendientes::Listar() {
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
   }
-  core::CopySharedErrors(errores_);
+  core::CopySharedErrors(owner_.Errores());
   trace.Result(std::to_string(items.size()));
   return items;
 }
@@ -169,10 +169,12 @@ CDispensacionPendiente CPendientes::Reenviar(const std::string& strIdPrescripcio
     core::HandleError(kMethod, e);
     if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
   }
-  core::CopySharedErrors(errores_);
+  core::CopySharedErrors(owner_.Errores());
   trace.Result(std::to_string(item.Resultado));
   return item;
 }
+
+CError& CPendientes::Errores() { return owner_.Errores(); }
 
 std::vector<CDispensacionPendiente> CPendientes::ReenviarTodas() {
   std::vector<CDispensacionPendiente> items;
@@ -197,7 +199,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
   }
-  core::CopySharedErrors(errores_);
+  core::CopySharedErrors(owner_.Errores());
   trace.Result(done);
   return done;
 }

@@ -8,6 +8,7 @@
 #include "platform/profile.h"
 #include "test_processes.h"
 #include "velmora/interface.h"
+#include "velmora/velmora.h"
 
 namespace velmora {
 namespace {
@@ -68,13 +69,27 @@ TEST(Pending, FallbackAnswersAreListedResentOnceEachAndConfirmed) {
     ASSERT_EQ(stat(f.folder.Path("Pendientes/" + p.IDPrescripcion + ".xml").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u) << p.IDPrescripcion;
   }
+  // The same list through the C interface.
+  velmora_CInterface* c = nullptr;
+  velmora_CPendientes* list = nullptr;
+  velmora_CDispensacionPendiente late{};
+  const char *code = nullptr, *text = nullptr;
+  ASSERT_EQ(velmora_CInterface_create(&c), VELMORA_OK);
+  ASSERT_EQ(velmora_CInterface_Pendientes(c, &list), VELMORA_OK);
+  ASSERT_EQ(velmora_CPendientes_Item(list, 4, &late), VELMORA_OK);
+  EXPECT_EQ(std::string(late.IDPrescripcion) + std::to_string(late.Estado) + std::to_string(late.NCodigos), "RXLATE22");
+  ASSERT_EQ(velmora_CPendientes_Codigo(list, 4, 2, &code, &text), VELMORA_OK);
+  EXPECT_EQ(std::string(code), "2002");
+  EXPECT_EQ(velmora_CPendientes_Item(list, 5, &late), VELMORA_ERR_INDEX);
+  velmora_CPendientes_release(list);
+  velmora_CInterface_release(c);
   EXPECT_NE(Cli(f, {"pending", "--json"}).second.find(
                 R"("TipoRespuesta":3,"Estado":"late-verdict","EjecutorActivo":false,"Veredicto":{"DispensacionRealizada":false,"Codigos":["2001","2002"],)"),
             std::string::npos);
   // What a scheduled job sees while the service is still away.
   const std::vector<std::pair<std::vector<std::string>, int>> whileAway = {
       {{"pending"}, 1}, {{"resend", "RX1"}, 3}, {{"ack", "RX1"}, 2}, {{"resend", "NOSUCH"}, 1}, {{"resend"}, 2}};
-  for (const auto& [args, code] : whileAway) EXPECT_EQ(Cli(f, args).first, code) << args[0];
+  for (const auto& [args, expected] : whileAway) EXPECT_EQ(Cli(f, args).first, expected) << args[0];
 
   // The service is back, and two scheduled jobs run at the same moment.
   WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", sim.WsdlUrl());
