@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <filesystem>
 
 #include "core/audit_record.h"
 #include "core/context.h"
@@ -70,7 +69,7 @@ void Confirm(const std::string& id, const struct stat& copy, const char* how, co
 
 void Resend(const std::string& id, CDispensacionPendiente& item, const std::function<void()>& onIdle,
             const char* method) {
-  if (!interface::IsPlainFileName(id)) return;
+  if (!interface::IsPending(id)) return;
   PendingClaim claim(interface::PendingCopy(id));
   if (claim.Result() == PendingClaim::kGone) return;
   if (claim.Result() == PendingClaim::kBusy) {
@@ -119,19 +118,6 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   item.Resultado = rnvConfirmada;
 }
 
-// The identifiers with a copy, in order; temporary files of a copy being written start with ".".
-std::vector<std::string> PendingIds() {
-  std::vector<std::string> ids;
-  std::error_code ec;
-  for (const auto& entry : std::filesystem::directory_iterator(interface::PendingFolder(), ec)) {
-    const std::string name = entry.path().filename().string();
-    if (name.size() > 4 && name[0] != '.' && name.compare(name.size() - 4, 4, ".xml") == 0)
-      ids.push_back(name.substr(0, name.size() - 4));
-  }
-  std::sort(ids.begin(), ids.end());
-  return ids;
-}
-
 }  // namespace
 
 std::vector<CDispensacionPendiente> CPendientes::Listar() {
@@ -140,7 +126,7 @@ std::vector<CDispensacionPendiente> CPendientes::Listar() {
   std::vector<CDispensacionPendiente> items;
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
-    for (const auto& id : PendingIds()) {
+    for (const auto& id : interface::PendingIds()) {
       struct stat copy {};
       if (stat(interface::PendingCopy(id).c_str(), &copy) == 0 && S_ISREG(copy.st_mode))
         items.push_back(interface::Describe(id, copy));
@@ -178,7 +164,7 @@ CError& CPendientes::Errores() { return owner_.Errores(); }
 
 std::vector<CDispensacionPendiente> CPendientes::ReenviarTodas() {
   std::vector<CDispensacionPendiente> items;
-  for (const auto& id : PendingIds()) items.push_back(Reenviar(id));
+  for (const auto& id : interface::PendingIds()) items.push_back(Reenviar(id));
   return items;
 }
 
@@ -188,7 +174,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
   bool done = false;
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
-    if (interface::IsPlainFileName(strIdPrescripcion)) {
+    if (interface::IsPending(strIdPrescripcion)) {
       PendingClaim claim(interface::PendingCopy(strIdPrescripcion));
       if (claim.Result() == PendingClaim::kHeld &&
           interface::Describe(strIdPrescripcion, claim.Copy()).Estado == pndVeredictoTardio) {

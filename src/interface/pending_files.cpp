@@ -2,6 +2,9 @@
 
 #include <time.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "core/audit_record.h"
 #include "core/context.h"
 #include "platform/attributes.h"
@@ -41,6 +44,23 @@ void CopyItems(const Items& items, std::vector<std::string>& to) {
 std::string PendingFolder() { return CFileAdmin().GetDllPath() + "Pendientes/"; }
 std::string PendingCopy(const std::string& id) { return PendingFolder() + id + ".xml"; }
 bool IsBatchId(const std::string& id) { return id.rfind("MD__", 0) == 0; }
+
+std::vector<std::string> PendingIds() {
+  std::vector<std::string> ids;
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(PendingFolder(), ec)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() > 4 && name[0] != '.' && name.compare(name.size() - 4, 4, ".xml") == 0)
+      ids.push_back(name.substr(0, name.size() - 4));
+  }
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
+bool IsPending(const std::string& id) {
+  const auto ids = PendingIds();
+  return std::binary_search(ids.begin(), ids.end(), id);
+}
 
 void KeepPendingCopy(const std::string& id) {
   try {

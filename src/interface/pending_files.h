@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <vector>
 
 #include "velmora/pending.h"
 
@@ -16,6 +17,11 @@ namespace velmora::interface {
 std::string PendingFolder();                         // the runtime folder + "Pendientes/"
 std::string PendingCopy(const std::string& id);      // PendingFolder() + id + ".xml"
 bool IsBatchId(const std::string& id);               // "MD__..."
+// The ids with a copy, in order; temporary files of a copy being written start with "." and
+// are left out.
+std::vector<std::string> PendingIds();
+// True when `id` is one of them: a host's id reaches a path only once it is known to name a copy.
+bool IsPending(const std::string& id);
 
 // True while an executor.exe of this runtime folder works on `id`.
 bool ExecutorRunning(const std::string& id);
