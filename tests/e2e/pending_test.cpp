@@ -57,14 +57,20 @@ TEST(Pending, FallbackAnswersAreListedResentOnceEachAndConfirmed) {
   const std::string refused = "http://127.0.0.1:" + std::to_string(testing::UnusedPort()) + "/dispensacion?wsdl";
   WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", refused);
   for (const char* id : {"RX1", "RX2", "RX3"}) dispense(id, "654321");
+  CListadoDispensaciones batch;
+  auto item = testing::CompleteRequest();
+  item.IDPrescripcion = "RXB";
+  ASSERT_TRUE(batch.aniadirDispensacion(item));
+  iface.SolicitudDispensaciones(batch);
 
   const auto listed = pending.Listar();
-  ASSERT_EQ(listed.size(), 4u);
+  ASSERT_EQ(listed.size(), 5u);
   for (const auto& p : listed) {
     const bool late = p.IDPrescripcion == "RXLATE";
     EXPECT_EQ(p.Estado, late ? pndVeredictoTardio : pndSinConfirmar) << p.IDPrescripcion;
     EXPECT_EQ(p.TipoRespuesta, rspInternal) << p.IDPrescripcion;
     EXPECT_EQ(p.Veredicto, late) << p.IDPrescripcion;
+    EXPECT_EQ(p.Lote, p.IDPrescripcion == "MD__RXB");
     struct stat st {};
     ASSERT_EQ(stat(f.folder.Path("Pendientes/" + p.IDPrescripcion + ".xml").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u) << p.IDPrescripcion;
@@ -76,11 +82,11 @@ TEST(Pending, FallbackAnswersAreListedResentOnceEachAndConfirmed) {
   const char *code = nullptr, *text = nullptr;
   ASSERT_EQ(velmora_CInterface_create(&c), VELMORA_OK);
   ASSERT_EQ(velmora_CInterface_Pendientes(c, &list), VELMORA_OK);
-  ASSERT_EQ(velmora_CPendientes_Item(list, 4, &late), VELMORA_OK);
+  ASSERT_EQ(velmora_CPendientes_Item(list, 5, &late), VELMORA_OK);
   EXPECT_EQ(std::string(late.IDPrescripcion) + std::to_string(late.Estado) + std::to_string(late.NCodigos), "RXLATE22");
-  ASSERT_EQ(velmora_CPendientes_Codigo(list, 4, 2, &code, &text), VELMORA_OK);
+  ASSERT_EQ(velmora_CPendientes_Codigo(list, 5, 2, &code, &text), VELMORA_OK);
   EXPECT_EQ(std::string(code), "2002");
-  EXPECT_EQ(velmora_CPendientes_Item(list, 5, &late), VELMORA_ERR_INDEX);
+  EXPECT_EQ(velmora_CPendientes_Item(list, 6, &late), VELMORA_ERR_INDEX);
   velmora_CPendientes_release(list);
   velmora_CInterface_release(c);
   EXPECT_NE(Cli(f, {"pending", "--json"}).second.find(
@@ -101,11 +107,11 @@ TEST(Pending, FallbackAnswersAreListedResentOnceEachAndConfirmed) {
   const std::string both = f.folder.Read("a.json") + f.folder.Read("b.json");
   int confirmed = 0;
   for (size_t at = 0; (at = both.find(R"("Resultado":"confirmed")", at)) != std::string::npos; ++at) ++confirmed;
-  EXPECT_EQ(confirmed, 3) << both;
+  EXPECT_EQ(confirmed, 4) << both;
   EXPECT_EQ(Sent(sim, "RXLATE"), 1);
-  for (const char* id : {"RX1", "RX2", "RX3"}) {
-    EXPECT_EQ(Sent(sim, id), 1) << id;
-    EXPECT_FALSE(f.Exists(std::string("Pendientes/") + id + ".xml")) << id;
+  for (const std::string id : {"RX1", "RX2", "RX3", "MD__RXB"}) {
+    EXPECT_EQ(Sent(sim, id == "MD__RXB" ? "RXB" : id), 1) << id;
+    EXPECT_FALSE(f.Exists("Pendientes/" + id + ".xml")) << id;
     EXPECT_EQ(platform::ReadProfileString(audit, id, "CONFIRMADA"), "srv") << id;
   }
   EXPECT_EQ(platform::ReadProfileString(audit, "RX2", "REENVIOS"), "1");
