@@ -56,6 +56,7 @@ class VELMORA_API CInterface {
   std::function<void()> OnIdle;
 
  private:
+  friend class CPendientes;  // its calls are refused off the creating thread the same way
   bool WaitResponse(const std::string& strIdPrescripcion);
   // False, with 32005 in Errores, when called from another thread than the creating one.
   bool OnOwnThread(const char* method);

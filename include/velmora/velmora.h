@@ -145,7 +145,7 @@ VELMORA_API int velmora_CInterface_OnIdle(velmora_CInterface *iface, velmora_eve
 
 /* A dispensation answered by the default file or the internal response stays pending until the
  * service's verdict is known (docs/pending.md). These calls use the interface's configuration;
- * their errors are added to its Errores. */
+ * their errors are added to its Errores; from another thread they answer VELMORA_ERR_WRONG_THREAD. */
 enum { VELMORA_pndSinConfirmar = 1, VELMORA_pndVeredictoTardio = 2, VELMORA_pndConfirmada = 3 }; /* EstadoPendienteEnum */
 enum {                                                                                           /* ResultadoReenvioEnum */
   VELMORA_rnvNinguno = 0,

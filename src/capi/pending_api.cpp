@@ -6,7 +6,7 @@
 
 #include "capi/boundary.h"
 #include "capi/handles.h"
-#include "capi/utf8.h"
+#include "platform/text.h"
 
 using velmora::capi::AllSet;
 using velmora::capi::Boundary;
@@ -20,6 +20,7 @@ namespace {
 
 template <class Make>
 velmora_status NewList(velmora_CInterface* iface, velmora_CPendientes** out, Make&& make) {
+  if (!iface->impl.OnCreatingThread()) return VELMORA_ERR_WRONG_THREAD;
   auto handle = std::make_unique<velmora_CPendientes>();
   {
     BusyScope busy(iface->busy);
@@ -45,7 +46,7 @@ VELMORA_API int velmora_CInterface_Reenviar(velmora_CInterface* iface, const cha
                                             velmora_CPendientes** out) {
   return Boundary(__func__, [&] {
     if (!AllSet(iface, strIdPrescripcion, out)) return VELMORA_ERR_NULL_ARGUMENT;
-    if (!velmora::capi::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
+    if (!velmora::platform::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
     return NewList(iface, out, [&](velmora::CPendientes& p) {
       return std::vector<velmora::CDispensacionPendiente>{p.Reenviar(strIdPrescripcion)};
     });
@@ -63,7 +64,8 @@ VELMORA_API int velmora_CInterface_ConfirmarVeredicto(velmora_CInterface* iface,
                                                       int* done) {
   return Boundary(__func__, [&] {
     if (!AllSet(iface, strIdPrescripcion, done)) return VELMORA_ERR_NULL_ARGUMENT;
-    if (!velmora::capi::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
+    if (!velmora::platform::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
+    if (!iface->impl.OnCreatingThread()) return VELMORA_ERR_WRONG_THREAD;
     BusyScope busy(iface->busy);
     *done = velmora::CPendientes(iface->impl).ConfirmarVeredicto(strIdPrescripcion) ? 1 : 0;
     return VELMORA_OK;

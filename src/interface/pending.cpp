@@ -23,8 +23,6 @@ using interface::PendingClaim;
 
 // How long one pass of the wait may block before the host's idle callback runs again.
 constexpr std::chrono::milliseconds kPass{25};
-// Longer than any start of executor.exe, however loaded the machine.
-constexpr std::chrono::seconds kStartGrace{2};
 
 ino_t InodeOf(const std::string& path) {
   struct stat st {};
@@ -34,24 +32,21 @@ ino_t InodeOf(const std::string& path) {
 // The answer to the re-send just started: a new file in Retrasados (the executor puts it aside
 // because the audit record says the till was answered long ago) or, with the trail off, the one
 // it leaves in Recibidos. Ends when the executor has ended or PeticionTimeOut has passed.
-std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std::function<void()>& onIdle) {
+std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std::function<bool()>& ended,
+                          const std::function<void()>& onIdle) {
   CFileAdmin files;
   const std::string delayed = files.GetDelayedPath() + id + ".xml";
   const std::string received = files.GetReceivedPath() + id + ".xml";
   interface::DirectoryWatch watchDelayed(files.GetDelayedPath());
   interface::DirectoryWatch watchReceived(files.GetReceivedPath());
-  const auto start = std::chrono::steady_clock::now();
-  const auto end = start + std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
-  bool seen = false;
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
   for (;;) {
-    // Looked at before the files: once it has ended, what it left is final. A process shows no
-    // command line for a few milliseconds while it starts, so "ended" needs it seen once first.
-    const bool running = interface::ExecutorRunning(id);
-    seen = seen || running;
+    // Looked at before the files: once it has ended, what it left is final.
+    const bool over = ended();
     const ino_t now = InodeOf(delayed);
     if (now != 0 && now != delayedBefore) return delayed;
-    if (!running && (seen || std::chrono::steady_clock::now() - start > kStartGrace))
-      return platform::PathExists(received) ? received : std::string();
+    if (over) return platform::PathExists(received) ? received : std::string();
     if (std::chrono::steady_clock::now() >= end) return {};
     if (onIdle) onIdle();
     watchDelayed.Wait(kPass);
@@ -100,8 +95,8 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
                        {{"REENVIOS", std::to_string(sent + 1)},
                         {"FECHA_REENVIO", core::AuditTime(record)}});
   core::LogLine(std::string(method) + ":Reenviando la dispensación " + id);
-  interface::StartExecutor(id, item.Lote, method);
-  const std::string answer = WaitForAnswer(id, delayedBefore, onIdle);
+  const auto ended = interface::StartExecutor(id, item.Lote, method);
+  const std::string answer = WaitForAnswer(id, delayedBefore, ended, onIdle);
   if (config.EliminarXMLPeticion != 0) files.DeleteFromSended(id);
   item.Codigos.clear();
   item.Textos.clear();
@@ -124,6 +119,7 @@ std::vector<CDispensacionPendiente> CPendientes::Listar() {
   constexpr const char* kMethod = "CPendientes.Listar";
   core::TraceScope trace(kMethod);
   std::vector<CDispensacionPendiente> items;
+  if (!owner_.OnOwnThread(kMethod)) return items;
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
     for (const auto& id : interface::PendingIds()) {
@@ -146,6 +142,7 @@ CDispensacionPendiente CPendientes::Reenviar(const std::string& strIdPrescripcio
   item.IDPrescripcion = strIdPrescripcion;
   item.Lote = interface::IsBatchId(strIdPrescripcion);
   item.Resultado = rnvNoPendiente;
+  if (!owner_.OnOwnThread(kMethod)) return item;
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
     item.Resultado = rnvNinguno;
@@ -172,6 +169,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
   constexpr const char* kMethod = "CPendientes.ConfirmarVeredicto";
   core::TraceScope trace(kMethod, strIdPrescripcion);
   bool done = false;
+  if (!owner_.OnOwnThread(kMethod)) return done;
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
     if (interface::IsPending(strIdPrescripcion)) {

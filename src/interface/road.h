@@ -27,7 +27,7 @@ std::function<bool()> StartExecutor(const std::string& id, bool batch, const cha
 // file only when it came from the executor. Results are ignored: the answer is already chosen.
 void CleanUpMessageFiles(const std::string& id, ResponseTypeEnum type);
 
-// Keeps a private copy of the request file of `id` in the pending folder (see pending_copy.h).
+// Keeps a private copy of the request file of `id` in the pending folder (see pending_files.h).
 void KeepPendingCopy(const std::string& id);
 
 // Picks and fills the response once the wait is over: the executor's file when it arrived, else
