@@ -1,30 +1,33 @@
 #include "core/audit_record.h"
 
+#include <optional>
+
 #include "core/context.h"
-#include "platform/files.h"
-#include "platform/profile.h"
+#include "platform/clock.h"
+#include "platform/profile_rules.h"
+#include "platform/profile_trail.h"
 
 namespace velmora::core {
 
 namespace {
-bool HoldsRecord(const std::string& file, const std::string& id) {
-  // The header writes FECHA_ENVIO first and always with a value.
-  return platform::PathExists(file) && !platform::ReadProfileString(file, id, "FECHA_ENVIO").empty();
+std::optional<std::string> Record(const std::string& file, const std::string& id) {
+  std::optional<std::string> record;
+  if (!platform::ReadTrailSection(file, id, record)) return std::nullopt;
+  return record;
 }
 }  // namespace
 
-std::string AuditRecordFile(const std::string& id, const platform::LocalTime& day,
-                            const platform::LocalTime& dayBefore) {
+std::string AuditRecordFile(const std::string& id) {
   CAuditor& auditor = ThreadContext().Auditor();
   if (!auditor.Enable()) return {};
-  std::vector<std::string> candidates = {auditor.OutputFileName()};
-  if (auditor.DiaryStore()) {
-    const std::string folder = CFileAdmin().GetAuditorPath();
-    for (const auto& d : {day, dayBefore}) candidates.push_back(folder + platform::FormatDate(d, "yymmdd") + ".log");
-  }
-  for (const auto& file : candidates)
-    if (HoldsRecord(file, id)) return file;
-  return {};
+  const std::string file = auditor.RecordFile(id, "CAuditor.RecordFile");
+  return Record(file, id) ? file : std::string();
+}
+
+std::string AuditMark(const std::string& file, const std::string& id, const std::string& key) {
+  if (file.empty()) return {};
+  const auto record = Record(file, id);
+  return record ? platform::ini::Lookup(*record, id, key).value_or("") : "";
 }
 
 std::string AuditTime(const std::string& file) {
@@ -34,7 +37,7 @@ std::string AuditTime(const std::string& file) {
 
 bool SaveAuditMarks(const std::string& file, const std::string& id,
                     const std::vector<std::pair<std::string, std::string>>& keys) {
-  return !file.empty() && platform::WriteProfileStrings(file, id, keys);
+  return !file.empty() && platform::WriteTrailKeys(file, id, keys);
 }
 
 }  // namespace velmora::core

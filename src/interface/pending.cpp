@@ -12,7 +12,6 @@
 #include "interface/road.h"
 #include "platform/attributes.h"
 #include "platform/files.h"
-#include "platform/profile.h"
 #include "velmora/interface.h"
 
 namespace velmora {
@@ -55,8 +54,8 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
 
 // Marks the record and drops the copy: the dispensation is no longer pending. `how` is "srv"
 // (a re-send got the service's answer) or "ret" (the host took the late answer of Retrasados).
-void Confirm(const std::string& id, const struct stat& copy, const char* how, const char* method) {
-  const std::string record = interface::AuditRecordOf(id, copy);
+void Confirm(const std::string& id, const char* how, const char* method) {
+  const std::string record = core::AuditRecordFile(id);
   core::SaveAuditMarks(record, id, {{"CONFIRMADA", how}, {"FECHA_CONFIRMACION", core::AuditTime(record)}});
   platform::DeleteFile(interface::PendingCopy(id), method);
   core::LogLine(std::string(method) + ":Confirmada la dispensación " + id);
@@ -87,8 +86,8 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   // An answer left from before must not pass for this one's.
   files.DeleteFromReceived(id);
   const ino_t delayedBefore = InodeOf(files.GetDelayedPath() + id + ".xml");
-  const std::string record = interface::AuditRecordOf(id, claim.Copy());
-  const std::string count = record.empty() ? "" : platform::ReadProfileString(record, id, "REENVIOS");
+  const std::string record = core::AuditRecordFile(id);
+  const std::string count = core::AuditMark(record, id, "REENVIOS");
   int sent = 0;
   std::from_chars(count.data(), count.data() + count.size(), sent);
   core::SaveAuditMarks(record, id,
@@ -104,7 +103,7 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
     core::LogLine(std::string(method) + ":Sin respuesta del servicio para " + id);
     return;
   }
-  Confirm(id, claim.Copy(), "srv", method);
+  Confirm(id, "srv", method);
   if (config.EliminarXMLRespuesta != 0) {
     platform::SetAttributes(answer, platform::kAttrArchive, method);
     platform::DeleteFile(answer, method);
@@ -176,7 +175,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
       PendingClaim claim(interface::PendingCopy(strIdPrescripcion));
       if (claim.Result() == PendingClaim::kHeld &&
           interface::Describe(strIdPrescripcion, claim.Copy()).Estado == pndVeredictoTardio) {
-        Confirm(strIdPrescripcion, claim.Copy(), "ret", kMethod);
+        Confirm(strIdPrescripcion, "ret", kMethod);
         done = true;
       }
     }

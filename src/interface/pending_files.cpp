@@ -8,9 +8,9 @@
 #include "core/audit_record.h"
 #include "core/context.h"
 #include "platform/attributes.h"
+#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/process_table.h"
-#include "platform/profile.h"
 #include "velmora/interface.h"
 
 namespace velmora::interface {
@@ -94,10 +94,6 @@ std::string LateAnswer(const std::string& id, const struct timespec& since, bool
   return {};
 }
 
-std::string AuditRecordOf(const std::string& id, const struct stat& copy) {
-  return core::AuditRecordFile(id, LocalTimeOf(copy.st_mtim.tv_sec), LocalTimeOf(copy.st_mtim.tv_sec - 86400));
-}
-
 bool ReadVerdict(const std::string& path, CDispensacionPendiente& item) {
   if (item.Lote) {
     CRespDispensaciones response;
@@ -122,10 +118,8 @@ CDispensacionPendiente Describe(const std::string& id, const struct stat& copy) 
   CDispensacionPendiente item;
   item.IDPrescripcion = id;
   item.Lote = IsBatchId(id);
-  const platform::LocalTime when = LocalTimeOf(copy.st_mtim.tv_sec);
-  item.Fecha = platform::FormatDate(when, "dd/mm/yyyy hh:mm:ss");
-  const std::string record = AuditRecordOf(id, copy);
-  const std::string given = record.empty() ? "" : platform::ReadProfileString(record, id, "RESPUESTA_GENERADA");
+  item.Fecha = platform::FormatDate(LocalTimeOf(copy.st_mtim.tv_sec), "dd/mm/yyyy hh:mm:ss");
+  const std::string given = core::AuditMark(core::AuditRecordFile(id), id, "RESPUESTA_GENERADA");
   item.TipoRespuesta = given == "xml" ? rspDefault : given == "int" ? rspInternal : 0;
   item.EjecutorActivo = ExecutorRunning(id);
   const std::string late = LateAnswer(id, copy.st_mtim, item.EjecutorActivo);

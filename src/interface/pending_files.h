@@ -33,9 +33,6 @@ std::string LateAnswer(const std::string& id, const struct timespec& since, bool
 // The pending dispensation `id` as the files show it now; `copy` is the stat of its copy.
 CDispensacionPendiente Describe(const std::string& id, const struct stat& copy);
 
-// The audit file that holds the record of `id`, whose copy is `copy` (see AuditRecordFile).
-std::string AuditRecordOf(const std::string& id, const struct stat& copy);
-
 // Fills the verdict fields of `item` from a response file; false when it cannot be read.
 bool ReadVerdict(const std::string& path, CDispensacionPendiente& item);
 
