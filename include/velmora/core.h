@@ -173,8 +173,11 @@ class VELMORA_API CAuditor {
             const std::string& strTextResponse = {});
   bool StoreInDelayed(const std::string& strIdPrescripcion);
 
- private:
+  // The file that holds the record of `id` (with daily files, the one its header went into),
+  // else OutputFileName(). A failed look raises with `method`.
   std::string RecordFile(const std::string& id, const char* method) const;
+
+ private:
 
   bool enable_ = false;
   bool diaryStore_ = false;

@@ -9,6 +9,7 @@
 #include "velmora/core.h"
 #include "velmora/export.h"
 #include "velmora/messages.h"
+#include "velmora/pending.h"
 #include "velmora/version.h"
 
 namespace velmora {
@@ -56,6 +57,7 @@ class VELMORA_API CInterface {
   std::function<void()> OnIdle;
 
  private:
+  friend class CPendientes;  // its calls are refused off the creating thread the same way
   bool WaitResponse(const std::string& strIdPrescripcion);
   // False, with 32005 in Errores, when called from another thread than the creating one.
   bool OnOwnThread(const char* method);

@@ -144,6 +144,57 @@ VELMORA_API int velmora_CInterface_OnAlTerminarSolicitudDispensacion(velmora_CIn
  * for a GUI host to pump its event loop. Keep it short. */
 VELMORA_API int velmora_CInterface_OnIdle(velmora_CInterface *iface, velmora_event_fn fn, void *user);
 
+/* ---- Pending dispensations (CPendientes) ------------------------------------------------ */
+
+/* A dispensation answered by the default file or the internal response stays pending until the
+ * service's verdict is known (docs/pending.md). These calls use the interface's configuration;
+ * their errors are added to its Errores; from another thread they answer VELMORA_ERR_WRONG_THREAD. */
+enum { VELMORA_pndSinConfirmar = 1, VELMORA_pndVeredictoTardio = 2, VELMORA_pndConfirmada = 3 }; /* EstadoPendienteEnum */
+enum {                                                                                           /* ResultadoReenvioEnum */
+  VELMORA_rnvNinguno = 0,
+  VELMORA_rnvConfirmada = 1,
+  VELMORA_rnvSinRespuesta = 2,
+  VELMORA_rnvVeredictoTardio = 3,
+  VELMORA_rnvEnCurso = 4,
+  VELMORA_rnvNoPendiente = 5
+};
+
+typedef struct velmora_CPendientes velmora_CPendientes; /* a list of pending dispensations */
+
+/* One CDispensacionPendiente. The strings belong to the list handle it was read from and are
+ * valid until that handle is released. */
+typedef struct velmora_CDispensacionPendiente {
+  const char *IDPrescripcion;
+  int Lote;
+  const char *Fecha;         /* "dd/mm/yyyy hh:mm:ss" */
+  int32_t TipoRespuesta;     /* VELMORA_rspDefault, VELMORA_rspInternal, or 0 when not audited */
+  int32_t Estado;            /* VELMORA_pnd... */
+  int EjecutorActivo;
+  int32_t Resultado;         /* VELMORA_rnv... */
+  int Veredicto;             /* 1 when the service's verdict is known */
+  int DispensacionRealizada;
+  size_t NCodigos;           /* pairs read with velmora_CPendientes_Codigo */
+} velmora_CDispensacionPendiente;
+
+/* New list handle of the unconfirmed and late-verdict dispensations. */
+VELMORA_API int velmora_CInterface_Pendientes(velmora_CInterface *iface, velmora_CPendientes **out);
+/* Sends one again and waits for its answer; *out is a new list handle of one item. */
+VELMORA_API int velmora_CInterface_Reenviar(velmora_CInterface *iface, const char *strIdPrescripcion,
+                                            velmora_CPendientes **out);
+/* Sends every unconfirmed one again; *out is a new list handle, one item per pending one. */
+VELMORA_API int velmora_CInterface_ReenviarTodas(velmora_CInterface *iface, velmora_CPendientes **out);
+/* The host has read the late verdict: *done = 1 when it became confirmed, 0 when it had none. */
+VELMORA_API int velmora_CInterface_ConfirmarVeredicto(velmora_CInterface *iface, const char *strIdPrescripcion,
+                                                      int *done);
+VELMORA_API int velmora_CPendientes_release(velmora_CPendientes *list);
+VELMORA_API int velmora_CPendientes_Count(const velmora_CPendientes *list, size_t *out);
+/* The 1-based item. */
+VELMORA_API int velmora_CPendientes_Item(const velmora_CPendientes *list, size_t index,
+                                         velmora_CDispensacionPendiente *out);
+/* The 1-based code `n` of item `index` and its text (a rejection reason, or a batch row). */
+VELMORA_API int velmora_CPendientes_Codigo(const velmora_CPendientes *list, size_t index, size_t n,
+                                           const char **Codigo, const char **Texto);
+
 /* ---- CPeticionDispensacion -------------------------------------------------------------- */
 
 /* The text properties of a request, named as the C++ members. */

@@ -35,6 +35,9 @@ std::uintmax_t LogMark();
 // when several; empty when it logged none (still running, or no log kept).
 std::string ExecutorFailure(const std::string& id, std::uintmax_t logMark);
 
+// Keeps a private copy of the request file of `id` in the pending folder (see pending_files.h).
+void KeepPendingCopy(const std::string& id);
+
 // Picks and fills the response once the wait is over: the executor's file when it arrived, else
 // the default file when `defaultExists`, else the internal response of the ini; audits the
 // choice, loads the file, records the kind and any executor failure logged after `logMark` on
@@ -45,6 +48,9 @@ ResponseTypeEnum ChooseResponse(const std::string& id, bool arrived, bool defaul
   auto& auditor = core::ThreadContext().Auditor();
   ResponseTypeEnum type;
   std::string fileToLoad;
+  // Before the audit mark: the executor puts a late answer aside only once the mark is there,
+  // so the copy is always older than any late answer to it.
+  if (!arrived) KeepPendingCopy(id);
   if (arrived) {
     type = rspReceived;
     fileToLoad = responseFile;

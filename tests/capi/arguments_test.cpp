@@ -36,6 +36,8 @@ TEST(CApiArguments, EveryNullIsAnsweredWithAnErrorCode) {
   velmora_CRespDispensaciones* batch = nullptr;
   velmora_CError* errors = nullptr;
   velmora_CPeticionDispensacion* copy = nullptr;
+  velmora_CPendientes* pending = nullptr;
+  velmora_CDispensacionPendiente entry{};
 
   const std::vector<Call> calls = {
       {"CInterface_create", [] { return velmora_CInterface_create(nullptr); }},
@@ -101,6 +103,17 @@ TEST(CApiArguments, EveryNullIsAnsweredWithAnErrorCode) {
       {"RespDisp_Row", [&] { return velmora_CRespDispensaciones_Row(nullptr, 1, &text, &text, &text, &text); }},
       {"CError_Count", [&] { return velmora_CError_Count(nullptr, &count); }},
       {"CError_Item", [&] { return velmora_CError_Item(nullptr, 1, &item); }},
+      {"Pendientes handle", [&] { return velmora_CInterface_Pendientes(nullptr, &pending); }},
+      {"Pendientes out", [&] { return velmora_CInterface_Pendientes(iface, nullptr); }},
+      {"Reenviar id", [&] { return velmora_CInterface_Reenviar(iface, nullptr, &pending); }},
+      {"Reenviar out", [&] { return velmora_CInterface_Reenviar(iface, "RX1", nullptr); }},
+      {"ReenviarTodas handle", [&] { return velmora_CInterface_ReenviarTodas(nullptr, &pending); }},
+      {"ConfirmarVeredicto id", [&] { return velmora_CInterface_ConfirmarVeredicto(iface, nullptr, &flag); }},
+      {"ConfirmarVeredicto out", [&] { return velmora_CInterface_ConfirmarVeredicto(iface, "RX1", nullptr); }},
+      {"CPendientes_release", [] { return velmora_CPendientes_release(nullptr); }},
+      {"CPendientes_Count", [&] { return velmora_CPendientes_Count(nullptr, &count); }},
+      {"CPendientes_Item", [&] { return velmora_CPendientes_Item(nullptr, 1, &entry); }},
+      {"CPendientes_Codigo", [&] { return velmora_CPendientes_Codigo(nullptr, 1, 1, &text, &text); }},
   };
   for (const Call& c : calls) EXPECT_EQ(c.call(), VELMORA_ERR_NULL_ARGUMENT) << c.name;
   // Releasing NULL is a no-op, like free(NULL): cleanup code need not test every handle.

@@ -12,7 +12,9 @@ namespace velmora::testing {
 class ChildProcess {
  public:
   ChildProcess() = default;
-  ChildProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {});
+  // Standard output goes to `output` (created 0600), else to /dev/null.
+  ChildProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
+               const std::string& output = "/dev/null");
   ~ChildProcess();
   ChildProcess(ChildProcess&& other) noexcept : pid_(other.pid_), status_(other.status_) { other.pid_ = -1; }
   ChildProcess& operator=(ChildProcess&& other) noexcept {

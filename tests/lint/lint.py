@@ -31,7 +31,7 @@ ALLOWED = {
 PUBLIC = {
     "export.h": "platform", "error.h": "platform", "collection.h": "platform", "core.h": "core",
     "messages.h": "messages", "executor.h": "executor", "interface.h": "interface", "pdf.h": "pdf",
-    "barcode.h": "barcode", "velmora.h": "capi",
+    "barcode.h": "barcode", "velmora.h": "capi", "pending.h": "interface",
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 

@@ -217,6 +217,7 @@ Answer BuildAnswer(const Scenario& scenario, const ServiceFlavour& f, bool batch
                           ? (batch ? ScenarioKind::BatchAccepted : ScenarioKind::Accepted)
                           : scenario.kind;
   if (kind == ScenarioKind::Latin1) kind = ScenarioKind::Warnings;
+  if (scenario.rejected) kind = batch ? ScenarioKind::BatchRejected : ScenarioKind::Rejected;
   a.body = batch ? BatchAnswer(kind, f, ok, batchItems) : SingleAnswer(kind, f, ok);
   if (scenario.kind == ScenarioKind::Latin1) a.body = Latin1(a.body);
   a.dropHalfway = scenario.kind == ScenarioKind::Drop;

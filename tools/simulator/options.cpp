@@ -104,6 +104,7 @@ Scenarios:
                        rpc/encoded services do, with non-ASCII and escaped text
   noreturn             a reply whose return value is nil
   slow-N               accepted, after N seconds (to try time-outs)
+  slow-N-rejected      rejected, after N seconds (a late rejection)
   fault                SOAP Fault (HTTP 500) with faultcode, faultstring and detail
   http500              HTTP 500 with an HTML page, no SOAP
   illformed            HTTP 200 with XML that is not well-formed

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <fstream>
+#include <string_view>
 
 namespace velmora::sim {
 
@@ -33,7 +34,7 @@ std::string Trimmed(const std::string& s) {
 }  // namespace
 
 std::string Scenario::Name() const {
-  if (kind == ScenarioKind::Slow) return "slow-" + std::to_string(seconds);
+  if (kind == ScenarioKind::Slow) return "slow-" + std::to_string(seconds) + (rejected ? "-rejected" : "");
   for (const auto& n : kNames)
     if (n.kind == kind) return n.name;
   return "?";
@@ -41,6 +42,9 @@ std::string Scenario::Name() const {
 
 std::optional<Scenario> ParseScenario(const std::string& text) {
   std::string name = Trimmed(text);
+  constexpr std::string_view kRejected = "-rejected";
+  const bool rejected = name.size() > kRejected.size() && name.ends_with(kRejected) && name.rfind("slow", 0) == 0;
+  if (rejected) name.resize(name.size() - kRejected.size());
   for (const auto& n : kNames)
     if (name == n.name) return Scenario{n.kind, 0};
   if (name.rfind("slow", 0) == 0 && name.size() > 5 && (name[4] == '-' || name[4] == ':')) {
@@ -48,7 +52,7 @@ std::optional<Scenario> ParseScenario(const std::string& text) {
     const char* first = name.data() + 5;
     const char* last = name.data() + name.size();
     auto [end, ec] = std::from_chars(first, last, seconds);
-    if (ec == std::errc() && end == last && seconds >= 0 && seconds <= 3600) return Scenario{ScenarioKind::Slow, seconds};
+    if (ec == std::errc() && end == last && seconds >= 0 && seconds <= 3600) return Scenario{ScenarioKind::Slow, seconds, rejected};
   }
   return std::nullopt;
 }

@@ -28,13 +28,14 @@ enum class ScenarioKind {
 
 struct Scenario {
   ScenarioKind kind = ScenarioKind::Accepted;
-  int seconds = 0;  // for Slow
+  int seconds = 0;        // for Slow
+  bool rejected = false;  // for Slow: the answer, when it comes, is a rejection
   std::string Name() const;
 };
 
 // "accepted", "warnings", "rejected", "markup", "latin1", "fault-long", "multiref", "noreturn",
-// "slow-N" (or "slow:N"), "fault", "http500", "illformed", "drop", "hangup", "batch-accepted",
-// "batch-rejected"; nullopt otherwise.
+// "slow-N" (or "slow:N", and "slow-N-rejected" for a late rejection), "fault", "http500",
+// "illformed", "drop", "hangup", "batch-accepted", "batch-rejected"; nullopt otherwise.
 std::optional<Scenario> ParseScenario(const std::string& name);
 
 // A scenario named for a single request applies its nearest batch counterpart to a batch, and

@@ -1,0 +1,190 @@
+#include "velmora/pending.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+
+#include "core/audit_record.h"
+#include "core/context.h"
+#include "interface/directory_watch.h"
+#include "interface/pending_claim.h"
+#include "interface/pending_files.h"
+#include "interface/road.h"
+#include "platform/attributes.h"
+#include "platform/files.h"
+#include "velmora/interface.h"
+
+namespace velmora {
+
+namespace {
+
+using interface::PendingClaim;
+
+// How long one pass of the wait may block before the host's idle callback runs again.
+constexpr std::chrono::milliseconds kPass{25};
+
+ino_t InodeOf(const std::string& path) {
+  struct stat st {};
+  return stat(path.c_str(), &st) == 0 ? st.st_ino : 0;
+}
+
+// The answer to the re-send just started: a new file in Retrasados (the executor puts it aside
+// because the audit record says the till was answered long ago) or, with the trail off, the one
+// it leaves in Recibidos. Ends when the executor has ended or PeticionTimeOut has passed.
+std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std::function<bool()>& ended,
+                          const std::function<void()>& onIdle) {
+  CFileAdmin files;
+  const std::string delayed = files.GetDelayedPath() + id + ".xml";
+  const std::string received = files.GetReceivedPath() + id + ".xml";
+  interface::DirectoryWatch watchDelayed(files.GetDelayedPath());
+  interface::DirectoryWatch watchReceived(files.GetReceivedPath());
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
+  for (;;) {
+    // Looked at before the files: once it has ended, what it left is final.
+    const bool over = ended();
+    const ino_t now = InodeOf(delayed);
+    if (now != 0 && now != delayedBefore) return delayed;
+    if (over) return platform::PathExists(received) ? received : std::string();
+    if (std::chrono::steady_clock::now() >= end) return {};
+    if (onIdle) onIdle();
+    watchDelayed.Wait(kPass);
+  }
+}
+
+// Marks the record and drops the copy: the dispensation is no longer pending. `how` is "srv"
+// (a re-send got the service's answer) or "ret" (the host took the late answer of Retrasados).
+void Confirm(const std::string& id, const char* how, const char* method) {
+  const std::string record = core::AuditRecordFile(id);
+  core::SaveAuditMarks(record, id, {{"CONFIRMADA", how}, {"FECHA_CONFIRMACION", core::AuditTime(record)}});
+  platform::DeleteFile(interface::PendingCopy(id), method);
+  core::LogLine(std::string(method) + ":Confirmada la dispensación " + id);
+}
+
+void Resend(const std::string& id, CDispensacionPendiente& item, const std::function<void()>& onIdle,
+            const char* method) {
+  if (!interface::IsPending(id)) return;
+  PendingClaim claim(interface::PendingCopy(id));
+  if (claim.Result() == PendingClaim::kGone) return;
+  if (claim.Result() == PendingClaim::kBusy) {
+    // Another process holds it: describe it as it stands, without touching it.
+    struct stat copy {};
+    if (stat(interface::PendingCopy(id).c_str(), &copy) == 0) item = interface::Describe(id, copy);
+    item.Resultado = rnvEnCurso;
+    return;
+  }
+  item = interface::Describe(id, claim.Copy());
+  if (item.EjecutorActivo) item.Resultado = rnvEnCurso;
+  if (item.Estado == pndVeredictoTardio) item.Resultado = rnvVeredictoTardio;
+  if (item.Resultado != rnvNinguno) return;
+
+  item.Resultado = rnvSinRespuesta;
+  CFileAdmin files;
+  const auto& config = core::ThreadContext().Config;
+  files.MakeSended();
+  platform::CopyFileTo(interface::PendingCopy(id), files.GetSendedPath() + id + ".xml", method);
+  // An answer left from before must not pass for this one's.
+  files.DeleteFromReceived(id);
+  const ino_t delayedBefore = InodeOf(files.GetDelayedPath() + id + ".xml");
+  const std::string record = core::AuditRecordFile(id);
+  const std::string count = core::AuditMark(record, id, "REENVIOS");
+  int sent = 0;
+  std::from_chars(count.data(), count.data() + count.size(), sent);
+  core::SaveAuditMarks(record, id,
+                       {{"REENVIOS", std::to_string(sent + 1)},
+                        {"FECHA_REENVIO", core::AuditTime(record)}});
+  core::LogLine(std::string(method) + ":Reenviando la dispensación " + id);
+  const auto ended = interface::StartExecutor(id, item.Lote, method);
+  const std::string answer = WaitForAnswer(id, delayedBefore, ended, onIdle);
+  if (config.EliminarXMLPeticion != 0) files.DeleteFromSended(id);
+  item.Codigos.clear();
+  item.Textos.clear();
+  if (answer.empty() || !interface::ReadVerdict(answer, item)) {
+    core::LogLine(std::string(method) + ":Sin respuesta del servicio para " + id);
+    return;
+  }
+  Confirm(id, "srv", method);
+  if (config.EliminarXMLRespuesta != 0) {
+    platform::SetAttributes(answer, platform::kAttrArchive, method);
+    platform::DeleteFile(answer, method);
+  }
+  item.Estado = pndConfirmada;
+  item.Resultado = rnvConfirmada;
+}
+
+}  // namespace
+
+std::vector<CDispensacionPendiente> CPendientes::Listar() {
+  constexpr const char* kMethod = "CPendientes.Listar";
+  core::TraceScope trace(kMethod);
+  std::vector<CDispensacionPendiente> items;
+  if (!owner_.OnOwnThread(kMethod)) return items;
+  try {
+    if (!owner_.Enabled()) Raise(32005, kMethod);
+    for (const auto& id : interface::PendingIds()) {
+      struct stat copy {};
+      if (stat(interface::PendingCopy(id).c_str(), &copy) == 0 && S_ISREG(copy.st_mode))
+        items.push_back(interface::Describe(id, copy));
+    }
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  core::CopySharedErrors(owner_.Errores());
+  trace.Result(std::to_string(items.size()));
+  return items;
+}
+
+CDispensacionPendiente CPendientes::Reenviar(const std::string& strIdPrescripcion) {
+  constexpr const char* kMethod = "CPendientes.Reenviar";
+  core::TraceScope trace(kMethod, strIdPrescripcion);
+  CDispensacionPendiente item;
+  item.IDPrescripcion = strIdPrescripcion;
+  item.Lote = interface::IsBatchId(strIdPrescripcion);
+  item.Resultado = rnvNoPendiente;
+  if (!owner_.OnOwnThread(kMethod)) return item;
+  try {
+    if (!owner_.Enabled()) Raise(32005, kMethod);
+    item.Resultado = rnvNinguno;
+    Resend(strIdPrescripcion, item, owner_.OnIdle, kMethod);
+    if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+    if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
+  }
+  core::CopySharedErrors(owner_.Errores());
+  trace.Result(std::to_string(item.Resultado));
+  return item;
+}
+
+CError& CPendientes::Errores() { return owner_.Errores(); }
+
+std::vector<CDispensacionPendiente> CPendientes::ReenviarTodas() {
+  std::vector<CDispensacionPendiente> items;
+  for (const auto& id : interface::PendingIds()) items.push_back(Reenviar(id));
+  return items;
+}
+
+bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
+  constexpr const char* kMethod = "CPendientes.ConfirmarVeredicto";
+  core::TraceScope trace(kMethod, strIdPrescripcion);
+  bool done = false;
+  if (!owner_.OnOwnThread(kMethod)) return done;
+  try {
+    if (!owner_.Enabled()) Raise(32005, kMethod);
+    if (interface::IsPending(strIdPrescripcion)) {
+      PendingClaim claim(interface::PendingCopy(strIdPrescripcion));
+      if (claim.Result() == PendingClaim::kHeld &&
+          interface::Describe(strIdPrescripcion, claim.Copy()).Estado == pndVeredictoTardio) {
+        Confirm(strIdPrescripcion, "ret", kMethod);
+        done = true;
+      }
+    }
+  } catch (const std::exception& e) {
+    core::HandleError(kMethod, e);
+  }
+  core::CopySharedErrors(owner_.Errores());
+  trace.Result(done);
+  return done;
+}
+
+}  // namespace velmora
