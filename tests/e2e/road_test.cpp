@@ -113,29 +113,6 @@ TEST(Road, AnHttpsServiceNeverLeadsThePasswordToPlainHttp) {
   EXPECT_EQ(plain.Records().size(), 0u);
 }
 
-TEST(Road, BatchPartlyRejectedGivesOneRowPerItem) {
-  SimulatorProcess sim;
-  InterfaceFixture f(Ini(sim));
-  CInterface iface;
-  Finish finish;
-  Watch(iface, finish);
-  CListadoDispensaciones list;
-  for (int i = 1; i <= 5; ++i) {
-    auto request = CompleteRequest();
-    request.IDPrescripcion = "RX00" + std::to_string(i);
-    request.CodigoDispensado = i == 1 ? "sim:batch-rejected" : "65432" + std::to_string(i);
-    ASSERT_TRUE(list.aniadirDispensacion(request));
-  }
-  auto response = iface.SolicitudDispensaciones(list);
-  EXPECT_TRUE(response->DatosValidos);
-  EXPECT_EQ(finish.type, rspReceived);
-  EXPECT_FALSE(response->DispensacionRealizada());
-  EXPECT_EQ(response->ResultadoDispensacion().Count(), 5u);
-  const auto records = sim.Records();
-  ASSERT_EQ(records.size(), 1u);
-  EXPECT_EQ(SimulatorProcess::Field(records[0], "operation"), "SolicitudDispensacionMasiva");
-}
-
 // Another process holding the folder locks for 20 s costs a dispensation its lock waits, never
 // more than the time-out and two seconds.
 TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
