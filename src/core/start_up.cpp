@@ -2,9 +2,11 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
+#include <string_view>
 
 #include "core/context.h"
 #include "platform/files.h"
@@ -43,7 +45,15 @@ namespace {
 constexpr std::time_t kLongestWrite = 60;
 constexpr const char* kSweep = "CFileAdmin.SweepInterruptedWrites";
 
-void SweepFolder(const std::string& folder, bool answers) {
+// The runtime folder is also the operator's: a hidden copy such as ".velmora.ini.backup" has the
+// shape of a temporary name. The random part of ours almost always holds a digit or a capital;
+// one that does not is left behind, which costs a stray file, never somebody's copy.
+bool OperatorsName(std::string_view name) {
+  const auto suffix = name.substr(name.size() - 6);
+  return std::all_of(suffix.begin(), suffix.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+}
+
+void SweepFolder(const std::string& folder, bool answers, bool operators = false) {
   const std::string journalEnd = ".journal";
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
@@ -56,7 +66,7 @@ void SweepFolder(const std::string& folder, bool answers) {
         continue;
       }
       struct stat st{};
-      if (!platform::IsTemporaryName(name) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
+      if (!platform::IsTemporaryName(name) || (operators && OperatorsName(name)) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
           std::time(nullptr) - st.st_mtime < kLongestWrite)
         continue;
       platform::xml::Document answer;
@@ -76,7 +86,7 @@ void SweepFolder(const std::string& folder, bool answers) {
 
 void SweepInterruptedWrites() {
   CFileAdmin files;
-  SweepFolder(files.GetDllPath(), false);
+  SweepFolder(files.GetDllPath(), false, true);
   SweepFolder(files.GetSendedPath(), false);
   SweepFolder(files.GetReceivedPath(), true);
   SweepFolder(files.GetDelayedPath(), false);

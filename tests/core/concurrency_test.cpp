@@ -124,6 +124,7 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
   f.folder.Write("Recibidos/.ID1.xml.aB3dE5", answer);
   f.folder.Write("Recibidos/.ID2.xml.aB3dE6", answer.substr(0, 30));
+  f.folder.Write(".velmora.ini.backup", "[Configuracion]\r\n");  // the operator's, not ours
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
   f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
@@ -131,6 +132,7 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
   EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
+  EXPECT_TRUE(std::filesystem::remove(f.folder.Path(".velmora.ini.backup")));
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     EXPECT_FALSE(platform::IsTemporaryName(e.path().filename().string()) ||
                  e.path().string().find(".journal") != std::string::npos) << e.path();
