@@ -37,9 +37,13 @@ void Check(bool ok, const char* method) {
   if (!ok && errno != ENOENT) platform::RaiseErrno(errno, method);
 }
 
+// A day that cannot be read for a lock held elsewhere counts as not holding the record: the
+// mark then goes to today's file, kept for later if need be, rather than nowhere.
 bool HoldsRecord(const std::string& file, const std::string& id, const char* method) {
   std::optional<std::string> record;
-  Check(platform::ReadTrailSection(file, id, record), method);
+  const bool read = platform::ReadTrailSection(file, id, record);
+  if (!read && errno == EWOULDBLOCK) return false;
+  Check(read, method);
   return record.has_value();
 }
 

@@ -11,6 +11,7 @@
 #include "core/context.h"
 #include "platform/files.h"
 #include "platform/paths.h"
+#include "platform/profile_trail_queue.h"
 #include "platform/profile_trail.h"
 #include "platform/xml/xml.h"
 
@@ -45,12 +46,13 @@ namespace {
 constexpr std::time_t kLongestWrite = 60;
 constexpr const char* kSweep = "CFileAdmin.SweepInterruptedWrites";
 
-// The runtime folder is also the operator's: a hidden copy such as ".velmora.ini.backup" has the
-// shape of a temporary name. The random part of ours almost always holds a digit or a capital;
-// one that does not is left behind, which costs a stray file, never somebody's copy.
+// The runtime folder is also the operator's: a hidden copy such as ".velmora.ini.backup" or
+// ".velmora.ini.OLD001" has the shape of a temporary name. The random part of ours starts with a
+// digit; any other is left alone (a leftover of an older version costs a stray file, never
+// somebody's copy).
 bool OperatorsName(std::string_view name) {
-  const auto suffix = name.substr(name.size() - 6);
-  return std::all_of(suffix.begin(), suffix.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+  const char first = name[name.size() - 6];
+  return first < '0' || first > '9';
 }
 
 void SweepFolder(const std::string& folder, bool answers, bool operators = false) {
@@ -63,6 +65,10 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
       if (name.size() > journalEnd.size() + 1 && name[0] == '.' &&
           name.compare(name.size() - journalEnd.size(), journalEnd.size(), journalEnd) == 0) {
         platform::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
+        continue;
+      }
+      if (const auto trail = platform::TrailOfQueuedChange(name)) {
+        platform::RecoverTrail(folder + *trail);
         continue;
       }
       struct stat st{};

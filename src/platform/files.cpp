@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -28,8 +29,18 @@ class TempFile {
     const auto slash = target.rfind('/');
     const std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
-    path_ = dir + "." + name + ".XXXXXX";
-    fd_ = mkstemp(path_.data());
+    // Not mkstemp: its six letters are all small ones now and then, the shape the start-up sweep
+    // leaves alone as an operator's copy (".velmora.ini.backup"). Ours always start with a digit.
+    static constexpr char kLetters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    thread_local std::mt19937_64 random{std::random_device{}() ^ static_cast<uint64_t>(getpid())};
+    for (int attempt = 0; attempt < 100 && fd_ < 0; ++attempt) {
+      std::string suffix(6, '0');
+      suffix[0] = kLetters[random() % 10];
+      for (size_t i = 1; i < suffix.size(); ++i) suffix[i] = kLetters[random() % (sizeof kLetters - 1)];
+      path_ = dir + "." + name + "." + suffix;
+      fd_ = open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+      if (fd_ < 0 && errno != EEXIST) break;
+    }
     if (fd_ < 0) RaiseErrno(errno, source);
     fchmod(fd_, mode);
   }

@@ -12,6 +12,7 @@
 
 #include "platform/files.h"
 #include "platform/profile_rules.h"
+#include "platform/profile_trail_queue.h"
 #include "platform/text.h"
 
 namespace velmora::platform {
@@ -184,6 +185,7 @@ class Trail {
     return static_cast<uint64_t>(st.st_size);
   }
   int fd() const { return fd_; }
+  bool Locked() const { return lock_.Held(); }
 
   // Puts `bytes` at `offset` (through the journal) and leaves the file `newSize` long.
   bool Change(uint64_t offset, const std::string& bytes, uint64_t newSize) {
@@ -402,11 +404,9 @@ class Trail {
 std::string TrailIndexPath(const std::string& file) { return Sibling(file, ".index"); }
 std::string TrailJournalPath(const std::string& file) { return Sibling(file, ".journal"); }
 
-bool WriteTrailKeys(const std::string& file, const std::string& section,
-                    const std::vector<std::pair<std::string, std::string>>& keys) {
-  const std::string sec = Trim(section);
-  Trail trail(file);
-  if (!trail.Open(true)) return false;
+namespace {
+
+bool Write(Trail& trail, const std::string& sec, const TrailKeys& keys) {
   const uint64_t size = trail.Size();
   const std::optional<uint64_t> start = trail.Find(sec);
   const uint64_t end = start ? trail.SectionEnd(*start) : size;
@@ -431,17 +431,44 @@ bool WriteTrailKeys(const std::string& file, const std::string& section,
   return trail.Change(*start + from, bytes, size - old.size() + updated.size());
 }
 
+// Opens the trail and applies, in order, the changes other writers had to leave for later. A
+// change is removed only once it is in the trail; one that fails stops the rest, so none is
+// applied out of order.
+bool OpenWithQueued(Trail& trail, const std::string& file, bool create) {
+  const auto queued = QueuedTrailChanges(file);
+  if (!trail.Open(create || !queued.empty())) return false;
+  for (const auto& change : queued) {
+    if (!Write(trail, change.section, change.keys)) return false;
+    unlink(change.path.c_str());
+  }
+  return true;
+}
+
+}  // namespace
+
+bool WriteTrailKeys(const std::string& file, const std::string& section,
+                    const std::vector<std::pair<std::string, std::string>>& keys) {
+  const std::string sec = Trim(section);
+  Trail trail(file);
+  if (!OpenWithQueued(trail, file, true)) {
+    // Held elsewhere past the deadline: the change waits in a file of its own, not lost.
+    if (errno == EWOULDBLOCK && !trail.Locked()) return QueueTrailChange(file, sec, keys);
+    return false;
+  }
+  return Write(trail, sec, keys);
+}
+
 bool ReadTrailSection(const std::string& file, const std::string& section, std::optional<std::string>& record) {
   record.reset();
   Trail trail(file);
-  if (!trail.Open(false)) return errno == ENOENT;
+  if (!OpenWithQueued(trail, file, false)) return errno == ENOENT;
   if (const auto start = trail.Find(Trim(section))) record = ReadRange(trail.fd(), *start, trail.SectionEnd(*start));
   return true;
 }
 
 bool RecoverTrail(const std::string& file) {
   Trail trail(file);
-  return trail.Open(false) || errno == ENOENT;
+  return OpenWithQueued(trail, file, false) || errno == ENOENT;
 }
 
 }  // namespace velmora::platform

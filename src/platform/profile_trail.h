@@ -18,8 +18,10 @@ namespace velmora::platform {
 //   an interrupted change from the journal, so a killed writer leaves every earlier section as
 //   it was and its own change whole or absent.
 // Reads and writes take the folder lock (with the file layer's deadline), so a reader of this
-// library never sees a change half made. All return false with errno set when the lock, the
-// file or the folder fails; a missing file reads as no section.
+// library never sees a change half made. A write whose lock wait runs out is kept for the next
+// holder of the lock (profile_trail_queue.h) and counts as done; every open applies what was
+// kept first. All return false with errno set when the lock (for a read), the file or the folder
+// fails; a missing file reads as no section.
 
 bool WriteTrailKeys(const std::string& file, const std::string& section,
                     const std::vector<std::pair<std::string, std::string>>& keys);
@@ -28,7 +30,7 @@ bool WriteTrailKeys(const std::string& file, const std::string& section,
 // when the file or the section is missing.
 bool ReadTrailSection(const std::string& file, const std::string& section, std::optional<std::string>& record);
 
-// Finishes an interrupted change, if any, and brings the index up to date.
+// Finishes an interrupted change, if any, applies kept ones and brings the index up to date.
 bool RecoverTrail(const std::string& file);
 
 // The names of the index and journal kept beside `file`.

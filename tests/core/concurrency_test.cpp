@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "platform/profile.h"
 #include "platform/profile_trail.h"
+#include "platform/profile_trail_queue.h"
 
 extern char** environ;
 
@@ -124,15 +125,19 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
   f.folder.Write("Recibidos/.ID1.xml.aB3dE5", answer);
   f.folder.Write("Recibidos/.ID2.xml.aB3dE6", answer.substr(0, 30));
-  f.folder.Write(".velmora.ini.backup", "[Configuracion]\r\n");  // the operator's, not ours
+  for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})  // the operator's, not ours
+    f.folder.Write(copy, "[Configuracion]\r\n");
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
   f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
+  ASSERT_TRUE(platform::QueueTrailChange(trail, "KEPT", {{"RESPUESTA_GENERADA", "int"}}));  // a lock wait ran out
   core::SweepInterruptedWrites();
+  EXPECT_EQ(platform::ReadProfileString(trail, "KEPT", "RESPUESTA_GENERADA"), "int");
   EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
   EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
-  EXPECT_TRUE(std::filesystem::remove(f.folder.Path(".velmora.ini.backup")));
+  for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})
+    EXPECT_TRUE(std::filesystem::remove(f.folder.Path(copy)));
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     EXPECT_FALSE(platform::IsTemporaryName(e.path().filename().string()) ||
                  e.path().string().find(".journal") != std::string::npos) << e.path();

@@ -15,6 +15,7 @@
 #include "platform/attributes.h"
 #include "platform/paths.h"
 #include "platform/profile.h"
+#include "platform/profile_trail.h"
 #include "support/font_test_env.h"
 #include "test_processes.h"
 #include "velmora/interface.h"
@@ -114,18 +115,25 @@ TEST(Road, AnHttpsServiceNeverLeadsThePasswordToPlainHttp) {
 }
 
 // Another process holding the folder locks for 20 s costs a dispensation its lock waits, never
-// more than the time-out and two seconds.
+// more than the time-out and two seconds, and none of its trail: the record is whole once the
+// lock is let go.
 TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
   SimulatorProcess sim;
   InterfaceFixture f(Ini(sim, "3"));
   CInterface iface;
-  const auto holder = testing::HoldFolderLocks({f.folder.Root(), f.folder.Path("Auditoria")});
+  auto holder = testing::HoldFolderLocks({f.folder.Root(), f.folder.Path("Auditoria")});
   auto request = CompleteRequest();
   const auto start = std::chrono::steady_clock::now();
   auto response = iface.SolicitudDispensacion(request);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3 + 2));
   EXPECT_TRUE(response->DatosValidos);
-  EXPECT_TRUE(f.LogHas("CAuditor.Save:(70)Permiso denegado")) << f.Log();
+  EXPECT_FALSE(f.LogHas("CAuditor.Save:(70)")) << f.Log();
+  holder.reset();
+  std::optional<std::string> record;
+  ASSERT_TRUE(platform::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record));
+  ASSERT_TRUE(record.has_value());
+  EXPECT_NE(record->find("PETICION_GENERADA=Si"), std::string::npos) << *record;
+  EXPECT_NE(record->find("RESPUESTA_GENERADA="), std::string::npos) << *record;
 }
 
 // A desktop till as installed: the viewer variable unset, xdg-open on PATH, DISPLAY set. The

@@ -140,18 +140,41 @@ TEST(ProfileWrite, SymlinkIsWrittenThroughAndAFifoRefused) {
   EXPECT_THROW(AppendToFile(folder.Path("f.ini"), {}, "x", "t"), Error);
 }
 
-// A lock another process holds costs a bounded wait, and only once while it lasts.
+// A lock another process holds costs a bounded wait, and only once while it lasts. The trail's
+// writes are kept meanwhile and land, in the order they were made and before any later write,
+// with whoever next holds the lock, reader or writer.
 TEST(ProfileWrite, FolderLockHeldElsewhereFailsWithinItsDeadline) {
-  RuntimeFolder folder("");
-  auto holder = velmora::testing::HoldFolderLocks({folder.Root()});
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_FALSE(WriteProfileString(folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "9"));
-  EXPECT_EQ(errno, EWOULDBLOCK);
-  const auto first = std::chrono::steady_clock::now() - start;
-  EXPECT_FALSE(WriteTrailKeys(folder.Path("a.log"), "s", {{"k", "1"}}));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, first + kLockWait);
-  holder.reset();
-  EXPECT_TRUE(WriteTrailKeys(folder.Path("a.log"), "s", {{"k", "1"}}));
+  for (const std::string next : {"read", "write"}) {
+    SCOPED_TRACE(next);
+    RuntimeFolder folder("");
+    const std::string trail = folder.Path("a.log");
+    ASSERT_TRUE(WriteTrailKeys(trail, "s", {{"k", "0"}, {"old", "kept"}}));
+    folder.Write(".a.log.queue-0", "VLMTQUE1\x05");  // not a whole change: left alone, never applied
+    auto holder = velmora::testing::HoldFolderLocks({folder.Root()});
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(WriteProfileString(folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "9"));
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    const auto first = std::chrono::steady_clock::now() - start;
+    std::optional<std::string> record;
+    EXPECT_FALSE(ReadTrailSection(trail, "s", record));
+    for (const char* value : {"1", "2", "3"}) EXPECT_TRUE(WriteTrailKeys(trail, "s", {{"k", value}}));
+    EXPECT_TRUE(WriteTrailKeys(trail, "t", {{"k", "x"}}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, first + kLockWait);
+    EXPECT_EQ(folder.Read("a.log"), "[s]\r\nk=0\r\nold=kept\r\n");
+    holder.reset();
+    if (next == "read") {
+      ASSERT_TRUE(ReadTrailSection(trail, "t", record));
+      EXPECT_EQ(record, "[t]\r\nk=x\r\n");
+    } else {
+      EXPECT_TRUE(WriteTrailKeys(trail, "t", {{"k", "y"}}));
+    }
+    EXPECT_EQ(folder.Read("a.log"),
+              "[s]\r\nk=3\r\nold=kept\r\n[t]\r\nk=" + std::string(next == "write" ? "y" : "x") + "\r\n");
+    for (const auto& e : std::filesystem::directory_iterator(folder.Root()))
+      EXPECT_EQ(e.path().filename().string().find("queue-") == std::string::npos,
+                e.path().filename() != ".a.log.queue-0")
+          << e.path();
+  }
 }
 
 TEST(ProfileWrite, FailsWithoutTheFolderAndLeavesNoTemporaryFile) {
