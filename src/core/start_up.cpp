@@ -67,8 +67,8 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
         platform::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
         continue;
       }
-      if (const auto trail = platform::TrailOfQueuedChange(name)) {
-        platform::RecoverTrail(folder + *trail);
+      if (const auto trail = platform::TrailOfQueuedChange(path)) {
+        platform::RecoverTrail(*trail);
         continue;
       }
       struct stat st{};
@@ -97,6 +97,7 @@ void SweepInterruptedWrites() {
   SweepFolder(files.GetReceivedPath(), true);
   SweepFolder(files.GetDelayedPath(), false);
   SweepFolder(files.GetAuditorPath(), false);
+  SweepFolder(platform::TrailQueueFolder(files.GetAuditorPath()), false);
 }
 
 }  // namespace velmora::core

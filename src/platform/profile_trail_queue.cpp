@@ -18,7 +18,6 @@ namespace velmora::platform {
 namespace {
 
 constexpr char kMagic[8] = {'V', 'L', 'M', 'T', 'Q', 'U', 'E', '1'};
-constexpr std::string_view kMarker = ".queue-";
 
 std::string BaseName(const std::string& file) {
   const auto slash = file.rfind('/');
@@ -42,6 +41,9 @@ bool TakeText(std::string_view& in, std::string& text) {
   return true;
 }
 
+constexpr std::string_view kFolder = ".queue/";
+constexpr size_t kTimeDigits = 20;
+
 // Names sort in the order the changes were made: the clock, never allowed to step back within a
 // process, then the process and its own count.
 std::string NextName(const std::string& file) {
@@ -55,9 +57,9 @@ std::string NextName(const std::string& file) {
   }
   now = std::max(now, seen + 1);
   char suffix[64];
-  std::snprintf(suffix, sizeof suffix, "%020lld-%d-%llu", static_cast<long long>(now), static_cast<int>(getpid()),
-                static_cast<unsigned long long>(count++));
-  return FolderOf(file) + "." + BaseName(file) + std::string(kMarker) + suffix;
+  std::snprintf(suffix, sizeof suffix, "-%0*lld-%d-%llu", static_cast<int>(kTimeDigits), static_cast<long long>(now),
+                static_cast<int>(getpid()), static_cast<unsigned long long>(count++));
+  return TrailQueueFolder(FolderOf(file)) + BaseName(file) + suffix;
 }
 
 }  // namespace
@@ -87,6 +89,7 @@ bool DecodeTrailChange(std::string_view in, QueuedTrailChange& change) {
 
 bool QueueTrailChange(const std::string& file, const std::string& section, const TrailKeys& keys) {
   try {
+    MakeDirectory(TrailQueueFolder(FolderOf(file)), "CAuditor.Save");
     WriteFileAtomic(NextName(file), EncodeTrailChange(section, keys), "CAuditor.Save");
   } catch (const std::exception&) {
     if (errno == 0) errno = EIO;
@@ -96,29 +99,41 @@ bool QueueTrailChange(const std::string& file, const std::string& section, const
 }
 
 std::vector<QueuedTrailChange> QueuedTrailChanges(const std::string& file) {
-  const std::string prefix = "." + BaseName(file) + std::string(kMarker);
-  std::vector<std::string> names;
+  const std::string folder = TrailQueueFolder(FolderOf(file));
+  std::vector<std::string> paths;
   std::error_code ec;
-  for (const auto& entry : std::filesystem::directory_iterator(FolderOf(file), ec)) {
-    const std::string name = entry.path().filename().string();
-    if (name.compare(0, prefix.size(), prefix) == 0) names.push_back(name);
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+    const std::string path = entry.path().string();
+    if (TrailOfQueuedChange(path) == file) paths.push_back(path);
   }
-  std::sort(names.begin(), names.end());
+  std::sort(paths.begin(), paths.end());
   std::vector<QueuedTrailChange> changes;
-  for (const auto& name : names) {
+  for (const auto& path : paths) {
     QueuedTrailChange change;
-    change.path = FolderOf(file) + name;
-    const auto bytes = ReadWholeFile(change.path);
+    change.path = path;
+    const auto bytes = ReadWholeFile(path);
     if (bytes && DecodeTrailChange(*bytes, change)) changes.push_back(std::move(change));
   }
   return changes;
 }
 
-std::optional<std::string> TrailOfQueuedChange(std::string_view name) {
-  const auto at = name.find(kMarker);
-  if (name.empty() || name[0] != '.' || at == std::string_view::npos || at < 2 || IsTemporaryName(name))
+std::string TrailQueueFolder(const std::string& folder) { return folder + std::string(kFolder); }
+
+std::optional<std::string> TrailOfQueuedChange(const std::string& path) {
+  const std::string name = BaseName(path), folder = FolderOf(path);
+  if (folder.size() < kFolder.size() || folder.compare(folder.size() - kFolder.size(), kFolder.size(), kFolder) != 0 ||
+      IsTemporaryName(name))
     return std::nullopt;
-  return std::string(name.substr(1, at - 1));
+  // "<trail>-<time>-<pid>-<n>": the time is the first run of its digits after a '-' that is
+  // followed by two more '-' parts.
+  size_t dash = name.rfind('-');
+  for (int part = 0; part < 2 && dash != std::string::npos && dash > 0; ++part) dash = name.rfind('-', dash - 1);
+  if (dash == std::string::npos || dash == 0 || name.size() < dash + 1 + kTimeDigits ||
+      !std::all_of(name.begin() + static_cast<std::ptrdiff_t>(dash) + 1,
+                   name.begin() + static_cast<std::ptrdiff_t>(dash + 1 + kTimeDigits),
+                   [](char c) { return c >= '0' && c <= '9'; }))
+    return std::nullopt;
+  return folder.substr(0, folder.size() - kFolder.size()) + name.substr(0, dash);
 }
 
 }  // namespace velmora::platform

@@ -9,10 +9,11 @@
 namespace velmora::platform {
 
 // A change of the trail that could not wait for the folder lock (another process held it past
-// the file layer's deadline) is kept whole in a file of its own beside the trail, named
-// ".<name>.queue-<time>-<pid>-<n>", and whoever next holds the lock applies the kept changes in
-// the order they were made before its own. A dispensation's record is never dropped for a lock,
-// and the till never waits longer than the deadline for one.
+// the file layer's deadline) is kept whole in a file of its own, "<folder>/.queue/<name>-<time>-
+// <pid>-<n>", and whoever next holds the lock applies the kept changes in the order they were
+// made before its own. A dispensation's record is never dropped for a lock, and the till never
+// waits longer than the deadline for one. The folder of their own keeps the look for them as
+// cheap as an empty listing, however many daily trails lie beside.
 
 using TrailKeys = std::vector<std::pair<std::string, std::string>>;
 
@@ -33,7 +34,10 @@ bool QueueTrailChange(const std::string& file, const std::string& section, const
 // where it is and not listed.
 std::vector<QueuedTrailChange> QueuedTrailChanges(const std::string& file);
 
-// The trail a kept change in the same folder belongs to, from the change's file name.
-std::optional<std::string> TrailOfQueuedChange(std::string_view name);
+// The folder of the kept changes of the trails in `folder` (which ends with '/').
+std::string TrailQueueFolder(const std::string& folder);
+
+// The trail a kept change belongs to, from the change's path.
+std::optional<std::string> TrailOfQueuedChange(const std::string& path);
 
 }  // namespace velmora::platform

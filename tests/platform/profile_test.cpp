@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <vector>
 
 #include "platform/files.h"
 #include "platform/profile_trail.h"
@@ -149,7 +150,8 @@ TEST(ProfileWrite, FolderLockHeldElsewhereFailsWithinItsDeadline) {
     RuntimeFolder folder("");
     const std::string trail = folder.Path("a.log");
     ASSERT_TRUE(WriteTrailKeys(trail, "s", {{"k", "0"}, {"old", "kept"}}));
-    folder.Write(".a.log.queue-0", "VLMTQUE1\x05");  // not a whole change: left alone, never applied
+    std::filesystem::create_directory(folder.Path(".queue"));
+    folder.Write(".queue/a.log-00000000000000000000-1-0", "VLMTQUE1\x05");  // not a whole change: never applied
     auto holder = velmora::testing::HoldFolderLocks({folder.Root()});
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(WriteProfileString(folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "9"));
@@ -170,10 +172,10 @@ TEST(ProfileWrite, FolderLockHeldElsewhereFailsWithinItsDeadline) {
     }
     EXPECT_EQ(folder.Read("a.log"),
               "[s]\r\nk=3\r\nold=kept\r\n[t]\r\nk=" + std::string(next == "write" ? "y" : "x") + "\r\n");
-    for (const auto& e : std::filesystem::directory_iterator(folder.Root()))
-      EXPECT_EQ(e.path().filename().string().find("queue-") == std::string::npos,
-                e.path().filename() != ".a.log.queue-0")
-          << e.path();
+    std::vector<std::string> left;
+    for (const auto& e : std::filesystem::directory_iterator(folder.Path(".queue")))
+      left.push_back(e.path().filename().string());
+    EXPECT_EQ(left, std::vector<std::string>{"a.log-00000000000000000000-1-0"});
   }
 }
 
