@@ -62,12 +62,14 @@ std::string Record(const std::string& id, int stage) {
          "\r\nTEXTO_RESPUESTA=\r\n";
 }
 
-// The stage of each record, -1 when missing; a record found must be whole.
-std::vector<int> Stages(const std::string& trail, const std::vector<std::string>& ids) {
+// The stage of each record, -1 when missing; a record found must be whole. While writers run, a
+// read may give up on the lock (a loaded machine), never read a torn record.
+std::vector<int> Stages(const std::string& trail, const std::vector<std::string>& ids, bool writersRun = false) {
   std::vector<int> stages;
   for (const auto& id : ids) {
     std::optional<std::string> r;
-    EXPECT_TRUE(platform::ReadTrailSection(trail, id, r));
+    const bool read = platform::ReadTrailSection(trail, id, r);
+    EXPECT_TRUE(read || (writersRun && errno == EWOULDBLOCK));
     if (r) r->replace(r->find('=') + 1, r->find('\r', r->find('=')) - r->find('=') - 1, "*");
     stages.push_back(!r ? -1 : *r == Record(id, 0) ? 0 : *r == Record(id, 1) ? 1 : *r == Record(id, 2) ? 2 : -2);
     EXPECT_NE(stages.back(), -2) << *r;
@@ -85,7 +87,7 @@ TEST(Concurrency, TwoProcessesAuditingKeepEveryRecordWhole) {
     const pid_t a = StartWorker({"audit", "100", "A"}), b = StartWorker({"audit", "100", "B"});
     std::vector<std::string> ids;
     for (int i = 0; i < 100; ++i) ids.insert(ids.end(), {"A" + std::to_string(i), "B" + std::to_string(i)});
-    for (int reads = 0; reads < 50; ++reads) Stages(file, ids);
+    for (int reads = 0; reads < 50; ++reads) Stages(file, ids, true);
     EXPECT_EQ(Finish(a), 0);
     EXPECT_EQ(Finish(b), 0);
     EXPECT_EQ(Stages(file, ids), std::vector<int>(ids.size(), 2));
