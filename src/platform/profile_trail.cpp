@@ -435,6 +435,7 @@ bool Write(Trail& trail, const std::string& sec, const TrailKeys& keys) {
 // change is removed only once it is in the trail; one that fails stops the rest, so none is
 // applied out of order.
 bool OpenWithQueued(Trail& trail, const std::string& file, bool create) {
+  if (!trail.Locked()) return trail.Open(create);  // fails with the lock's error, reads nothing
   const auto queued = QueuedTrailChanges(file);
   if (!trail.Open(create || !queued.empty())) return false;
   for (const auto& change : queued) {

@@ -3,37 +3,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace velmora::sim {
+#include "json.h"
 
-std::string JsonString(const std::string& text) {
-  static const char* hex = "0123456789abcdef";
-  std::string out = "\"";
-  for (unsigned char c : text) {
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (c < 0x20) {
-          out += "\\u00";
-          out += hex[c >> 4];
-          out += hex[c & 15];
-        } else {
-          out += static_cast<char>(c);
-        }
-    }
-  }
-  return out + "\"";
-}
+namespace velmora::sim {
 
 void Recorder::Record(const std::vector<std::pair<std::string, std::string>>& fields) {
   if (path_.empty()) return;
   std::string line = "{";
   for (size_t i = 0; i < fields.size(); ++i) {
     if (i) line += ",";
-    line += JsonString(fields[i].first) + ":" + JsonString(fields[i].second);
+    line += cli::Quoted(fields[i].first) + ":" + cli::Quoted(fields[i].second);
   }
   line += "}\n";
   std::lock_guard lock(mutex_);

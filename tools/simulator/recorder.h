@@ -22,7 +22,4 @@ class Recorder {
   std::string path_;
 };
 
-// `text` as a JSON string literal, quotes included.
-std::string JsonString(const std::string& text);
-
 }  // namespace velmora::sim
