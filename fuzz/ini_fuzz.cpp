@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/files.h"
-#include "platform/profile.h"
-#include "platform/profile_trail.h"
+#include "os/files.h"
+#include "ini/profile.h"
+#include "audit/trail_store.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::string dir = [] {
@@ -18,18 +18,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }();
   const std::string file = dir + "f.ini", trail = dir + "f.log";
   const std::string text(reinterpret_cast<const char*>(data), size);
-  velmora::platform::WriteFileAtomic(file, text, "fuzz");
-  velmora::platform::WriteFileAtomic(trail, text, "fuzz");
+  velmora::os::WriteFileAtomic(file, text, "fuzz");
+  velmora::os::WriteFileAtomic(trail, text, "fuzz");
   const size_t cut = text.find('\n');
   const std::string section = text.substr(0, cut == std::string::npos ? 0 : std::min<size_t>(cut, 16));
-  velmora::platform::ReadProfileString(file, section, "Enviados");
-  velmora::platform::ReadProfileString(file, "MensajeSOAP", "Enviados", "d", 8);
+  velmora::ini::ReadProfileString(file, section, "Enviados");
+  velmora::ini::ReadProfileString(file, "MensajeSOAP", "Enviados", "d", 8);
   // Sections and keys with blanks at their ends are stored trimmed; keep the probe clean.
   std::string key = "K" + std::to_string(size);
-  if (velmora::platform::WriteProfileString(file, "MensajeSOAP", key, "v")) {
-    if (velmora::platform::ReadProfileString(file, "MensajeSOAP", key) != "v") std::abort();
-    if (!velmora::platform::WriteTrailKeys(trail, "MensajeSOAP", {{key, "v"}}) ||
-        velmora::platform::ReadWholeFile(trail) != velmora::platform::ReadWholeFile(file))
+  if (velmora::ini::WriteProfileString(file, "MensajeSOAP", key, "v")) {
+    if (velmora::ini::ReadProfileString(file, "MensajeSOAP", key) != "v") std::abort();
+    if (!velmora::audit::WriteTrailKeys(trail, "MensajeSOAP", {{key, "v"}}) ||
+        velmora::os::ReadWholeFile(trail) != velmora::os::ReadWholeFile(file))
       std::abort();
   }
   return 0;

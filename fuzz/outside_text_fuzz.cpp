@@ -7,15 +7,15 @@
 #include <string_view>
 
 #include "messages/identifier.h"
-#include "platform/text.h"
+#include "vbcompat/text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   if (velmora::messages::IsUsableIdentifier(text) &&
-      (!velmora::platform::IsValidUtf8(text) || text.find_first_of("[]/\r\n") != std::string_view::npos))
+      (!velmora::vb::IsValidUtf8(text) || text.find_first_of("[]/\r\n") != std::string_view::npos))
     std::abort();
-  const std::string line = velmora::platform::OneLogLine(text, 64);
-  if (!velmora::platform::IsValidUtf8(line) || line.size() > 64 + 3) std::abort();
+  const std::string line = velmora::vb::OneLogLine(text, 64);
+  if (!velmora::vb::IsValidUtf8(line) || line.size() > 64 + 3) std::abort();
   for (unsigned char c : line)
     if (c < 0x20 || c == 0x7F) std::abort();
   return 0;

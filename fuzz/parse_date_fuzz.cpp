@@ -6,12 +6,12 @@
 #include <string>
 
 #include "core/context.h"
-#include "platform/dates/dates.h"
+#include "vbcompat/dates.h"
 #include "velmora/messages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
-  std::optional<velmora::platform::LocalTime> t = velmora::platform::ReadDate(text);
+  std::optional<velmora::os::LocalTime> t = velmora::vb::ReadDate(text);
   if (t) {
     const bool leap = (t->year % 4 == 0 && t->year % 100 != 0) || t->year % 400 == 0;
     static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // Never destroyed: its destructor traces, and the thread's log objects go first at exit.
   static auto* request = new velmora::CPeticionDispensacion;
   const std::string parsed = request->ParseDate(text);
-  const std::string expected = t && !text.empty() ? velmora::platform::FormatYyyymmdd(*t) : std::string();
+  const std::string expected = t && !text.empty() ? velmora::vb::FormatYyyymmdd(*t) : std::string();
   if (parsed != expected) std::abort();
   velmora::core::ThreadContext().Errors.Errores().Clear();
   return 0;

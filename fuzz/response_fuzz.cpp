@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "core/context.h"
-#include "platform/xml/xml.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  velmora::platform::xml::Document doc;
+  velmora::xml::Document doc;
   if (!doc.LoadXml(std::string_view(reinterpret_cast<const char*>(data), size))) return 0;
   velmora::CRespuestaPeticion response;
   response.IObject_FromXML(doc.ChildNodes());

@@ -6,22 +6,22 @@
 #include <string>
 #include <string_view>
 
-#include "platform/soap/soap_envelope.h"
+#include "soap/soap_envelope.h"
 #include "velmora/error.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
-  velmora::platform::OperationDescription op;
+  velmora::soap::OperationDescription op;
   op.name = "SolicitudDispensacion";
   op.style = "rpc";
   op.outputParts = {"return"};
   try {
-    std::optional<velmora::XmlNodeList> list = velmora::platform::ReadResponseEnvelope(text, op, "fuzz");
+    std::optional<velmora::XmlNodeList> list = velmora::soap::ReadResponseEnvelope(text, op, "fuzz");
     if (list)
       for (size_t i = 0; i < list->length(); ++i) (void)list->Item(i).Text().size();
   } catch (const velmora::Error&) {
   }
   std::string fault;
-  velmora::platform::ReadFault(text, fault);
+  velmora::soap::ReadFault(text, fault);
   return 0;
 }

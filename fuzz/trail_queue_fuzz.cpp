@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/profile_trail_queue.h"
+#include "audit/trail_queue.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-  velmora::platform::QueuedTrailChange change;
-  if (velmora::platform::DecodeTrailChange(bytes, change) &&
-      velmora::platform::EncodeTrailChange(change.section, change.keys) != bytes)
+  velmora::audit::QueuedTrailChange change;
+  if (velmora::audit::DecodeTrailChange(bytes, change) &&
+      velmora::audit::EncodeTrailChange(change.section, change.keys) != bytes)
     std::abort();
   return 0;
 }

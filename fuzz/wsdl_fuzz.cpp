@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/soap/description_cache.h"
-#include "platform/soap/service_description.h"
+#include "soap/description_cache.h"
+#include "soap/service_description.h"
 #include "velmora/error.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  (void)velmora::platform::DescriptionCache::Read(text, "https://h/s?wsdl", 1700000000);
+  (void)velmora::soap::DescriptionCache::Read(text, "https://h/s?wsdl", 1700000000);
   try {
-    velmora::platform::ServiceDescription d = velmora::platform::ParseServiceDescription(text, "fuzz");
+    velmora::soap::ServiceDescription d = velmora::soap::ParseServiceDescription(text, "fuzz");
     for (const auto& [name, op] : d.operations) (void)op.inputParts.size();
   } catch (const velmora::Error&) {
   }

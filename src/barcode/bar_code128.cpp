@@ -5,8 +5,8 @@
 
 #include "barcode/code128_patterns.h"
 #include "barcode/cp1252_codes.h"
-#include "platform/cp1252.h"
-#include "platform/vbconv.h"
+#include "vbcompat/cp1252.h"
+#include "vbcompat/vbconv.h"
 
 namespace velmora {
 namespace {
@@ -41,7 +41,7 @@ ItemsByCode IndexTable(const colC128& table) {
       code = código[0];
     } else if (!código.empty()) {
       uint32_t cp = 0;
-      if (platform::DecodeUtf8(código, 0, cp) == código.size()) code = platform::Cp1252ByteOf(cp);
+      if (vb::DecodeUtf8(código, 0, cp) == código.size()) code = vb::Cp1252ByteOf(cp);
     }
     if (code < 0) continue;
     auto& slot = (n <= 63 ? index.low : index.high)[static_cast<size_t>(code)];
@@ -121,8 +121,8 @@ std::string BarCode128::Texto(const std::string& Frase, int16_t Clase) {
   if (Clase == cC128_C) {
     const std::string_view frase(Frase);
     for (size_t pos = 0; pos < frase.size(); pos += 2) {
-      const double v = platform::Val(frase.substr(pos, 2), "BarCode128.Texto");
-      const int32_t value = platform::RoundToInt32(v, "BarCode128.Texto");
+      const double v = vb::Val(frase.substr(pos, 2), "BarCode128.Texto");
+      const int32_t value = vb::RoundToInt32(v, "BarCode128.Texto");
       text += tabla_.Item(value).Código;
       sum += static_cast<int64_t>(value) * static_cast<int64_t>(pos + 1);
     }

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "platform/cp1252.h"
+#include "vbcompat/cp1252.h"
 
 namespace velmora::barcode {
 std::vector<int> Cp1252Codes(std::string_view text) {
@@ -10,12 +10,12 @@ std::vector<int> Cp1252Codes(std::string_view text) {
   codes.reserve(text.size());
   for (size_t i = 0; i < text.size();) {
     uint32_t cp = 0;
-    const size_t n = platform::DecodeUtf8(text, i, cp);
+    const size_t n = vb::DecodeUtf8(text, i, cp);
     if (n == 0) {
       codes.push_back(static_cast<unsigned char>(text[i]));
       ++i;
     } else {
-      const int byte = platform::Cp1252ByteOf(cp);
+      const int byte = vb::Cp1252ByteOf(cp);
       codes.push_back(byte < 0 ? '?' : byte);
       i += n;
     }
@@ -25,7 +25,7 @@ std::vector<int> Cp1252Codes(std::string_view text) {
 
 std::string Cp1252Char(int code) {
   std::string out;
-  platform::AppendCp1252AsUtf8(out, static_cast<uint8_t>(code & 0xFF));
+  vb::AppendCp1252AsUtf8(out, static_cast<uint8_t>(code & 0xFF));
   return out;
 }
 

@@ -3,9 +3,9 @@
 #include <cstdlib>
 
 #include "barcode/font_registry.h"
-#include "platform/files.h"
-#include "platform/paths.h"
-#include "platform/text.h"
+#include "os/files.h"
+#include "os/paths.h"
+#include "vbcompat/text.h"
 #include "velmora/error.h"
 
 namespace velmora {
@@ -35,17 +35,17 @@ std::string UserFontsFolder() {
   std::string data = Env("XDG_DATA_HOME");
   if (data.empty() || data.front() != '/') {
     std::string home = Env("HOME");
-    if (home.empty()) home = platform::AccountHome();
+    if (home.empty()) home = os::AccountHome();
     if (home.empty()) return {};
-    data = platform::WithSlash(home) + ".local/share";
+    data = os::WithSlash(home) + ".local/share";
   }
-  return platform::WithSlash(data) + "fonts";
+  return os::WithSlash(data) + "fonts";
 }
 
 void MakeFolders(const std::string& folder, const std::string& source) {
   for (size_t at = folder.find('/', 1);; at = folder.find('/', at + 1)) {
     const std::string part = folder.substr(0, at);
-    if (!part.empty() && !platform::IsDirectory(part)) platform::MakeDirectory(part, source);
+    if (!part.empty() && !os::IsDirectory(part)) os::MakeDirectory(part, source);
     if (at == std::string::npos) break;
   }
 }
@@ -59,7 +59,7 @@ jrInstalarFuente::jrInstalarFuente() : fonts_(UserFontsFolder()) {
 }
 
 void jrInstalarFuente::PathTTF(const std::string& value) {
-  path_ = platform::Trim(value);
+  path_ = vb::Trim(value);
   if (path_.empty() || path_.back() != '/') path_ += '/';
 }
 
@@ -69,13 +69,13 @@ void jrInstalarFuente::Instalar() {
   if (path_.empty())
     Fail(kNoPath, "Instalar", "No se ha introducido el path del fichero que contiene la fuente.");
   const std::string source = path_ + FicheroTTF;
-  if (!platform::PathExists(source))
+  if (!os::PathExists(source))
     Fail(kFileMissing, "Instalar", "No se ha podido encontrar el fichero " + source + ".");
 
   // The fonts folder may not exist yet on a fresh account; fontconfig looks there anyway.
   MakeFolders(fonts_, "jrInstalarFuente.Instalar");
   const std::string installed = fonts_ + "/" + FicheroTTF;
-  platform::CopyFileTo(source, installed, "jrInstalarFuente.Instalar");
+  os::CopyFileTo(source, installed, "jrInstalarFuente.Instalar");
 
   // Windows wanted a companion resource file named after the font file (".ttf" -> ".FOT");
   // fontconfig needs none, but a name too short to derive one is still refused here, after the
@@ -93,9 +93,9 @@ void jrInstalarFuente::Desinstalar(bool borrar) {
   // A font is registered with fontconfig by lying in a font folder; there is no registration to
   // withdraw from a font that is not there.
   const std::string installed = fonts_ + "/" + FicheroTTF;
-  if (!platform::PathExists(installed))
+  if (!os::PathExists(installed))
     Fail(kUninstallFailed, "Desinstalar", "No se ha podido desinstalar la fuente " + FicheroTTF);
-  if (borrar) platform::DeleteFile(installed, "jrInstalarFuente.Desinstalar");
+  if (borrar) os::DeleteFile(installed, "jrInstalarFuente.Desinstalar");
   barcode::RefreshFontCache(fonts_);
 }
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "barcode/pdf417_rows.h"
-#include "platform/text.h"
+#include "vbcompat/text.h"
 
 namespace velmora {
 namespace {
@@ -41,7 +41,7 @@ Encoded Encode(const std::string& text, int columns) {
   // Compaction is left to the encoder: it switches between text, numeric and byte modes per
   // stretch of the text, which keeps the long runs of zeros of a data text small. UTF-8 text is
   // stored as ISO-8859-1, what readers assume without an ECI; other bytes go in as they are.
-  s->input_mode = platform::IsValidUtf8(text) ? UNICODE_MODE : DATA_MODE;
+  s->input_mode = vb::IsValidUtf8(text) ? UNICODE_MODE : DATA_MODE;
   s->option_1 = kSecurityLevel;
   s->option_2 = columns;
   const int rc = ZBarcode_Encode(s.get(), reinterpret_cast<const unsigned char*>(text.data()),

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/paths.h"
+#include "os/paths.h"
 
 extern char** environ;
 
@@ -57,7 +57,7 @@ bool WaitUntil(pid_t pid, std::chrono::steady_clock::time_point deadline, int* s
 
 bool SpoolToPrinter(const std::string& file, std::chrono::milliseconds wait) {
   const char* chosen = std::getenv("VELMORA_PRINTER_PROGRAM");
-  const std::string program = platform::FindProgram(chosen && *chosen ? chosen : "lp");
+  const std::string program = os::FindProgram(chosen && *chosen ? chosen : "lp");
   if (program.empty()) return false;
   std::vector<char*> argv = {const_cast<char*>(program.c_str()), const_cast<char*>(file.c_str()), nullptr};
 

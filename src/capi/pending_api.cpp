@@ -6,7 +6,7 @@
 
 #include "capi/boundary.h"
 #include "capi/handles.h"
-#include "platform/text.h"
+#include "vbcompat/text.h"
 
 using velmora::capi::AllSet;
 using velmora::capi::Boundary;
@@ -46,7 +46,7 @@ VELMORA_API int velmora_CInterface_Reenviar(velmora_CInterface* iface, const cha
                                             velmora_CPendientes** out) {
   return Boundary(__func__, [&] {
     if (!AllSet(iface, strIdPrescripcion, out)) return VELMORA_ERR_NULL_ARGUMENT;
-    if (!velmora::platform::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
+    if (!velmora::vb::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
     return NewList(iface, out, [&](velmora::CPendientes& p) {
       return std::vector<velmora::CDispensacionPendiente>{p.Reenviar(strIdPrescripcion)};
     });
@@ -64,7 +64,7 @@ VELMORA_API int velmora_CInterface_ConfirmarVeredicto(velmora_CInterface* iface,
                                                       int* done) {
   return Boundary(__func__, [&] {
     if (!AllSet(iface, strIdPrescripcion, done)) return VELMORA_ERR_NULL_ARGUMENT;
-    if (!velmora::platform::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
+    if (!velmora::vb::IsValidUtf8(strIdPrescripcion)) return VELMORA_ERR_INVALID_UTF8;
     if (!iface->impl.OnCreatingThread()) return VELMORA_ERR_WRONG_THREAD;
     BusyScope busy(iface->busy);
     *done = velmora::CPendientes(iface->impl).ConfirmarVeredicto(strIdPrescripcion) ? 1 : 0;

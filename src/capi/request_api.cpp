@@ -4,7 +4,7 @@
 #include "capi/boundary.h"
 #include "capi/handles.h"
 #include "capi/request_fields.h"
-#include "platform/text.h"
+#include "vbcompat/text.h"
 
 using velmora::capi::AllSet;
 using velmora::capi::Boundary;
@@ -34,7 +34,7 @@ VELMORA_API int velmora_CPeticionDispensacion_SetText(velmora_CPeticionDispensac
     if (!AllSet(request, value)) return VELMORA_ERR_NULL_ARGUMENT;
     std::string* field = velmora::capi::TextField(request->impl, property);
     if (!field) return VELMORA_ERR_INVALID_VALUE;
-    if (!velmora::platform::IsValidUtf8(value)) return VELMORA_ERR_INVALID_UTF8;
+    if (!velmora::vb::IsValidUtf8(value)) return VELMORA_ERR_INVALID_UTF8;
     *field = value;
     return VELMORA_OK;
   });

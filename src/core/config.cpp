@@ -5,9 +5,9 @@
 #include <limits>
 
 #include "core/context.h"
-#include "platform/error_map.h"
-#include "platform/profile.h"
-#include "platform/vbconv.h"
+#include "errors/error_map.h"
+#include "ini/profile.h"
+#include "vbcompat/vbconv.h"
 
 namespace velmora {
 
@@ -19,14 +19,14 @@ const char* const kDefaultEsquemaXML =
 std::string GetPrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
                                       const std::string& strKey) {
   core::TraceScope trace("modGlobal.GetPrivateProfileStringEx");
-  std::string value = platform::ReadProfileString(strFile, strSection, strKey, {}, 255);
+  std::string value = ini::ReadProfileString(strFile, strSection, strKey, {}, 255);
   trace.Result(value);
   return value;
 }
 
 bool WritePrivateProfileStringEx(const std::string& strFile, const std::string& strSection,
                                  const std::string& strKey, const std::string& strValue) {
-  return platform::WriteProfileString(strFile, strSection, strKey, strValue);
+  return ini::WriteProfileString(strFile, strSection, strKey, strValue);
 }
 
 void CConfig::PeticionTimeOut(int16_t value) {
@@ -48,7 +48,7 @@ bool CConfig::LoadIni() {
   bool result = false;
   try {
     auto read = [&](const char* section, const char* key) { return GetPrivateProfileStringEx(IniFile, section, key); };
-    auto int16 = [&](const char* section, const char* key) { return platform::ToInt16(read(section, key), kMethod); };
+    auto int16 = [&](const char* section, const char* key) { return vb::ToInt16(read(section, key), kMethod); };
 
     Servicio = read("Configuracion", "Servicio");
     // Kept inverted on purpose: the default declarations read back as "1 ", anything else as
@@ -66,7 +66,7 @@ bool CConfig::LoadIni() {
     ArchivoDiario = int16("Seguimiento", "ArchivoDiario");
     Auditar = int16("Seguimiento", "Auditar") == 1;
     intervaloComprobacion_ = int16("Asincrono", "IntervaloComprobacion");
-    TamanioMaximoLog = platform::RoundToInt32(platform::Val(read("Configuracion", "TamanioMaximoLog"), kMethod), kMethod);
+    TamanioMaximoLog = vb::RoundToInt32(vb::Val(read("Configuracion", "TamanioMaximoLog"), kMethod), kMethod);
     codigoDispensacionOk_ = read("Configuracion", "CodigoDispensacionCorrecta");
     result = true;
   } catch (const std::exception& e) {
@@ -83,14 +83,14 @@ bool CConfig::UpdateCounter(const char* method, const char* key) {
     // The whole read-add-write runs under the folder lock: two processes counting at once
     // must both be counted.
     const bool written =
-        platform::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
-          const int32_t value = platform::ToInt32(current.value_or(std::string()), method);
+        ini::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
+          const int32_t value = vb::ToInt32(current.value_or(std::string()), method);
           if (value == std::numeric_limits<int32_t>::max()) Raise(6, method);
           return std::optional<std::string>(std::to_string(value + 1));
         });
     // A read-only ini, a lock that never came free, a FIFO in the ini's place: logged, counted
     // as not done.
-    if (!written) platform::RaiseErrno(errno, method);
+    if (!written) errors::RaiseErrno(errno, method);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(method, e);

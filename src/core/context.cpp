@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "platform/error_map.h"
-#include "platform/text.h"
+#include "errors/error_map.h"
+#include "vbcompat/text.h"
 
 namespace velmora::core {
 
@@ -32,7 +32,7 @@ TraceScope::~TraceScope() {
   }
 }
 
-void TraceScope::Result(bool value) { result_ = platform::BoolText(value); }
+void TraceScope::Result(bool value) { result_ = vb::BoolText(value); }
 
 void CopySharedErrors(CError& target) {
   target = CError();
@@ -47,7 +47,7 @@ void LogLine(std::string_view text) {
 }
 
 Error HandleError(std::string_view method, const std::exception& e) {
-  Error error = platform::ToError(e, std::string(method));
+  Error error = errors::ToError(e, std::string(method));
   try {
     ThreadContext().Errors.AddError(error);
   } catch (const std::exception&) {

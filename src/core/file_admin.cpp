@@ -1,20 +1,20 @@
 #include "velmora/core.h"
 
 #include "core/context.h"
-#include "platform/attributes.h"
-#include "platform/files.h"
-#include "platform/paths.h"
+#include "os/attributes.h"
+#include "os/files.h"
+#include "os/paths.h"
 
 namespace velmora {
 
 namespace {
-std::string Root() { return platform::RuntimeFolder(); }
+std::string Root() { return os::RuntimeFolder(); }
 std::string MessageFile(const std::string& folder, const std::string& id) { return folder + id + ".xml"; }
 
 // Clears read-only and hidden first, so a file the other process marked can still go.
 void ResetAndDelete(const std::string& path, const std::string& source) {
-  platform::SetAttributes(path, platform::kAttrArchive, source);
-  platform::DeleteFile(path, source);
+  os::SetAttributes(path, os::kAttrArchive, source);
+  os::DeleteFile(path, source);
 }
 }  // namespace
 
@@ -26,15 +26,15 @@ std::string CFileAdmin::GetSendedPath() const { return Root() + "Enviados/"; }
 std::string CFileAdmin::GetAuditorPath() const { return Root() + "Auditoria/"; }
 std::string CFileAdmin::GetDelayedPath() const { return Root() + "Retrasados/"; }
 std::string CFileAdmin::GetReceivedPath() const { return Root() + "Recibidos/"; }
-std::string CFileAdmin::IniFilePath() const { return Root() + platform::kLibraryTitle + ".ini"; }
-std::string CFileAdmin::LogFilePath() const { return Root() + platform::kLibraryTitle + ".log"; }
+std::string CFileAdmin::IniFilePath() const { return Root() + os::kLibraryTitle + ".ini"; }
+std::string CFileAdmin::LogFilePath() const { return Root() + os::kLibraryTitle + ".log"; }
 
 bool CFileAdmin::MakeFolder(const char* method, const char* name) {
   core::TraceScope trace(method);
   bool result = false;
   try {
     const std::string path = Root() + name;
-    if (!platform::PathExists(path)) platform::MakeDirectory(path, method);
+    if (!os::PathExists(path)) os::MakeDirectory(path, method);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(method, e);
@@ -50,7 +50,7 @@ bool CFileAdmin::MakeAuditor() { return MakeFolder("CFileAdmin.MakeAuditor", "Au
 
 bool CFileAdmin::Exists(const char* method, const std::string& path) {
   core::TraceScope trace(method);
-  const bool result = platform::PathExists(path);
+  const bool result = os::PathExists(path);
   trace.Result(result);
   return result;
 }
@@ -78,8 +78,8 @@ bool CFileAdmin::ExistResponseFile(const std::string& strIdPrescripcion, FolderE
     // Outside 1..3 no path is built, and nothing can be found.
     if (!folder.empty()) {
       const std::string path = MessageFile(folder, strIdPrescripcion);
-      if (platform::PathExists(path)) {
-        core::LogLine("CFileAdmin.ExistResponseFile:(" + std::to_string(platform::GetAttributes(path, kMethod)) + ")");
+      if (os::PathExists(path)) {
+        core::LogLine("CFileAdmin.ExistResponseFile:(" + std::to_string(os::GetAttributes(path, kMethod)) + ")");
         result = true;
       }
     }
@@ -94,7 +94,7 @@ bool CFileAdmin::Delete(const char* method, const std::string& path) {
   core::TraceScope trace(method);
   bool result = false;
   try {
-    if (platform::PathExists(path)) ResetAndDelete(path, method);
+    if (os::PathExists(path)) ResetAndDelete(path, method);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(method, e);
@@ -118,10 +118,10 @@ bool CFileAdmin::MoveToDelayed(const std::string& strFolder, const std::string& 
   core::TraceScope trace(kMethod, strFileTitle);
   bool result = false;
   try {
-    const std::string source = platform::WithSlash(strFolder) + strFileTitle;
+    const std::string source = os::WithSlash(strFolder) + strFileTitle;
     // A copy then a delete, never a rename: the two folders may sit on different devices.
-    platform::CopyFileTo(source, GetDelayedPath() + strFileTitle, kMethod);
-    if (platform::PathExists(source)) ResetAndDelete(source, kMethod);
+    os::CopyFileTo(source, GetDelayedPath() + strFileTitle, kMethod);
+    if (os::PathExists(source)) ResetAndDelete(source, kMethod);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
@@ -134,14 +134,14 @@ void CFileAdmin::DeleteLogFileIfExcededSize() {
   // Every step may fail on its own without stopping the host: trimming the log is a courtesy.
   try {
     const std::string log = LogFilePath();
-    const int64_t length = platform::FileLength(log);
+    const int64_t length = os::FileLength(log);
     if (length < 0) return;
     if (length >= core::ThreadContext().Config.TamanioMaximoLog) {
       try {
-        platform::SetAttributes(log, platform::kAttrArchive, "CFileAdmin.DeleteLogFileIfExcededSize");
+        os::SetAttributes(log, os::kAttrArchive, "CFileAdmin.DeleteLogFileIfExcededSize");
       } catch (const std::exception&) {
       }
-      platform::DeleteFile(log, "CFileAdmin.DeleteLogFileIfExcededSize");
+      os::DeleteFile(log, "CFileAdmin.DeleteLogFileIfExcededSize");
     }
   } catch (const std::exception&) {
   }

@@ -1,7 +1,8 @@
 #include "velmora/core.h"
 
-#include "platform/clock.h"
-#include "platform/files.h"
+#include "os/clock.h"
+#include "vbcompat/dates.h"
+#include "os/files.h"
 
 namespace velmora {
 
@@ -11,13 +12,13 @@ constexpr int kVersionMajor = 1;
 constexpr int kVersionMinor = 0;
 constexpr const char* kApplicationTitle = "velmora";
 
-std::string DateText() { return platform::FormatDate(platform::Now(), "yyyy/mm/dd hh:mm:ss "); }
+std::string DateText() { return vb::FormatDate(os::Now(), "yyyy/mm/dd hh:mm:ss "); }
 
 // The frame a new log file starts with.
 std::string Header(const std::string& title) {
   const std::string stars(80, '*');
   return stars + "\r\n" + title + kApplicationTitle + " " + std::to_string(kVersionMajor) + "." +
-         std::to_string(kVersionMinor) + "\t" + platform::FormatDate(platform::Now(), "dd/mm/yyyy h:mm:ss") +
+         std::to_string(kVersionMinor) + "\t" + vb::FormatDate(os::Now(), "dd/mm/yyyy h:mm:ss") +
          "\r\n" + stars + "\r\n" + DateText() + " Iniciando la clase CInterface\r\n";
 }
 
@@ -26,7 +27,7 @@ void Append(const CLog& log, std::string_view data, bool addDate) {
   if (addDate) line = DateText();
   line.append(data);
   line += "\r\n";
-  platform::AppendToFile(log.FileName, [&] { return Header(log.Title); }, line, "CLog.Writeln");
+  os::AppendToFile(log.FileName, [&] { return Header(log.Title); }, line, "CLog.Writeln");
 }
 
 }  // namespace

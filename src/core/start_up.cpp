@@ -9,17 +9,17 @@
 #include <string_view>
 
 #include "core/context.h"
-#include "platform/files.h"
-#include "platform/paths.h"
-#include "platform/profile_trail_queue.h"
-#include "platform/profile_trail.h"
-#include "platform/xml/xml.h"
+#include "os/files.h"
+#include "os/paths.h"
+#include "audit/trail_queue.h"
+#include "audit/trail_store.h"
+#include "xml/xml.h"
 
 namespace velmora::core {
 
 StartUpFiles PrepareSharedObjects() {
   auto& context = ThreadContext();
-  const std::string base = platform::WithSlash(platform::RuntimeFolder()) + platform::kLibraryTitle;
+  const std::string base = os::WithSlash(os::RuntimeFolder()) + os::kLibraryTitle;
   StartUpFiles files{base + ".log", base + ".txt", base + ".ini"};
   context.MessageLog.FileName = files.log;
   context.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
@@ -64,24 +64,24 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
     try {
       if (name.size() > journalEnd.size() + 1 && name[0] == '.' &&
           name.compare(name.size() - journalEnd.size(), journalEnd.size(), journalEnd) == 0) {
-        platform::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
+        audit::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
         continue;
       }
-      if (const auto trail = platform::TrailOfQueuedChange(path)) {
-        platform::RecoverTrail(*trail);
+      if (const auto trail = audit::TrailOfQueuedChange(path)) {
+        audit::RecoverTrail(*trail);
         continue;
       }
       struct stat st{};
-      if (!platform::IsTemporaryName(name) || (operators && OperatorsName(name)) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
+      if (!os::IsTemporaryName(name) || (operators && OperatorsName(name)) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
           std::time(nullptr) - st.st_mtime < kLongestWrite)
         continue;
-      platform::xml::Document answer;
+      xml::Document answer;
       if (answers && answer.Load(path)) {
-        const std::string target = CFileAdmin().GetDelayedPath() + platform::TargetOfTemporary(name);
-        platform::CopyFileTo(path, target, kSweep);
+        const std::string target = CFileAdmin().GetDelayedPath() + os::TargetOfTemporary(name);
+        os::CopyFileTo(path, target, kSweep);
         LogLine(std::string(kSweep) + ": respuesta recuperada de una escritura interrumpida --> " + target);
       }
-      platform::DeleteFile(path, kSweep);
+      os::DeleteFile(path, kSweep);
     } catch (const std::exception& e) {
       HandleError(kSweep, e);
     }
@@ -97,7 +97,7 @@ void SweepInterruptedWrites() {
   SweepFolder(files.GetReceivedPath(), true);
   SweepFolder(files.GetDelayedPath(), false);
   SweepFolder(files.GetAuditorPath(), false);
-  SweepFolder(platform::TrailQueueFolder(files.GetAuditorPath()), false);
+  SweepFolder(audit::TrailQueueFolder(files.GetAuditorPath()), false);
 }
 
 }  // namespace velmora::core

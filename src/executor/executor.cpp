@@ -3,10 +3,10 @@
 #include "core/context.h"
 #include "core/start_up.h"
 #include "executor/executor_impl.h"
-#include "platform/paths.h"
-#include "platform/profile.h"
-#include "platform/text.h"
-#include "platform/vbconv.h"
+#include "os/paths.h"
+#include "ini/profile.h"
+#include "vbcompat/text.h"
+#include "vbcompat/vbconv.h"
 #include "velmora/messages.h"
 
 namespace velmora {
@@ -34,7 +34,7 @@ CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
     CFileAdmin().DeleteLogFileIfExcededSize();
     // Written while the trace is still off, as it always was: only the closing line can appear.
     ctx.TraceLog.WriteTrace(true, kInitialize, {}, true);
-    impl_->client = std::make_unique<platform::SoapClient>();
+    impl_->client = std::make_unique<soap::SoapClient>();
     servicio_ = ctx.Config.Servicio;
     opciones_ |= ctx.Config.GuardarPeticionSOAP;
     core::ApplyLoadedConfiguration();
@@ -59,7 +59,7 @@ void CExecutor::Recovered(const std::string& value, const char* property) const 
 }
 
 bool CExecutor::Conectado() const {
-  Recovered(platform::BoolText(conectado_), "Conectado");
+  Recovered(vb::BoolText(conectado_), "Conectado");
   return conectado_;
 }
 
@@ -74,7 +74,7 @@ std::string CExecutor::NombreLog() const {
 }
 
 bool CExecutor::DatosEnviados() const {
-  Recovered(platform::BoolText(datosEnviados_), "DatosEnviados");
+  Recovered(vb::BoolText(datosEnviados_), "DatosEnviados");
   return datosEnviados_;
 }
 
@@ -92,34 +92,34 @@ bool CExecutor::ConectarServicio() {
       LogWithId(std::string(kConnect) + ":El servicio ya está conectado");
     } else {
       LogWithId(std::string(kConnect) + ":Conectando con el servicio web");
-      if (!impl_->client) impl_->client = std::make_unique<platform::SoapClient>();
-      platform::SoapClient& client = *impl_->client;
+      if (!impl_->client) impl_->client = std::make_unique<soap::SoapClient>();
+      soap::SoapClient& client = *impl_->client;
       // Read at every connection, so a change of the proxy needs no restart.
       auto proxy = [&](const char* key) { return GetPrivateProfileStringEx(iniFile_, "Proxy", key); };
-      const int16_t utilizarProxy = platform::ToInt16(proxy("UtilizarProxy"), kConnect);
+      const int16_t utilizarProxy = vb::ToInt16(proxy("UtilizarProxy"), kConnect);
       const std::string timeOut = proxy("TimeOut");
       // Not a connector property: a service with a private CA needs it whether or not a proxy
       // is configured, and already for fetching the WSDL.
       client.CertificateAuthorityFile(proxy("CAFile"));
-      client.DescriptionCacheFile(platform::RuntimeFolder() + kDescriptionCache);
-      client.TlsSessionFile(platform::RuntimeFolder() + kTlsSession);
+      client.DescriptionCacheFile(os::RuntimeFolder() + kDescriptionCache);
+      client.TlsSessionFile(os::RuntimeFolder() + kTlsSession);
       if (utilizarProxy > 0) {
         const std::string servidor = proxy("Servidor");
         const std::string puerto = proxy("Puerto");
         const std::string usuario = proxy("Usuario");
         // Read past the traced reader: the trace never holds a password.
-        const std::string password = platform::ReadProfileString(iniFile_, "Proxy", "Password", {}, 255);
+        const std::string password = ini::ReadProfileString(iniFile_, "Proxy", "Password", {}, 255);
         const std::string usarProxy = proxy("UsarProxy");
         // The proxy is set before the WSDL is fetched, because the description comes through
         // it too; a site that only reaches the service through a proxy could not start
         // otherwise. The time-out is the calls' and is set after.
-        client.ConnectorProperty("UseProxy", platform::ToInt16(usarProxy, kConnect) > 0);
-        client.ConnectorProperty("ProxyPort", platform::ToInt32(puerto, kConnect));
+        client.ConnectorProperty("UseProxy", vb::ToInt16(usarProxy, kConnect) > 0);
+        client.ConnectorProperty("ProxyPort", vb::ToInt32(puerto, kConnect));
         client.ConnectorProperty("ProxyServer", servidor);
         client.ConnectorProperty("ProxyUser", usuario);
         client.ConnectorProperty("ProxyPassword", password);
         ServiceCall([&] { client.mssoapinit(servicio_); });
-        if (platform::IsNumeric(timeOut)) client.ConnectorProperty("Timeout", platform::ToInt32(timeOut, kConnect));
+        if (vb::IsNumeric(timeOut)) client.ConnectorProperty("Timeout", vb::ToInt32(timeOut, kConnect));
       } else {
         ServiceCall([&] { client.mssoapinit(servicio_); });
       }

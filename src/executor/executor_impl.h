@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "platform/soap/soap_client.h"
-#include "platform/text.h"
+#include "soap/soap_client.h"
+#include "vbcompat/text.h"
 #include "velmora/error.h"
 #include "velmora/executor.h"
 
@@ -16,14 +16,14 @@ auto ServiceCall(Call&& call) -> decltype(call()) {
   try {
     return call();
   } catch (const Error& e) {
-    throw Error(e.Number, e.Source, platform::OneLogLine(e.Description));
+    throw Error(e.Number, e.Source, vb::OneLogLine(e.Description));
   }
 }
 
 struct CExecutor::Impl {
   // Created at start-up once the configuration has loaded, as the old object did; a connection
   // attempt on an object whose start-up failed creates it then.
-  std::unique_ptr<platform::SoapClient> client;
+  std::unique_ptr<soap::SoapClient> client;
 };
 
 }  // namespace velmora

@@ -5,8 +5,8 @@
 
 #include "core/context.h"
 #include "executor/executor_impl.h"
-#include "platform/attributes.h"
-#include "platform/xml/xml.h"
+#include "os/attributes.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 namespace velmora {
@@ -70,7 +70,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
       core::LogLine(method + " SendedPath : " + folders.GetSendedPath());
       core::LogLine(method + " strIdPrescripcion : " + id);
     }
-    platform::xml::Document request;
+    xml::Document request;
     if (!request.Load(folders.GetSendedPath() + id + ".xml")) Raise(32009, kLoadErrorSource);
 
     if (!ConectarServicio()) Raise(32010, method);
@@ -103,7 +103,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     LogWithId(method + ":DESPUES de escribir en el fichero");
     LogWithId(kHiddenLine);
     // The completion mark the waiting side polls for: hidden and nothing else.
-    platform::SetAttributes(path, platform::kAttrHidden, method);
+    os::SetAttributes(path, os::kAttrHidden, method);
 
     if (ctx.Auditor().StoreInDelayed(id)) {
       folders.MakeDelayed();

@@ -4,14 +4,14 @@
 #include <charconv>
 #include <chrono>
 
-#include "core/audit_record.h"
+#include "audit/audit_record.h"
 #include "core/context.h"
-#include "interface/directory_watch.h"
+#include "os/directory_watch.h"
 #include "interface/pending_claim.h"
 #include "interface/pending_files.h"
 #include "interface/road.h"
-#include "platform/attributes.h"
-#include "platform/files.h"
+#include "os/attributes.h"
+#include "os/files.h"
 #include "velmora/interface.h"
 
 namespace velmora {
@@ -36,8 +36,8 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
   CFileAdmin files;
   const std::string delayed = files.GetDelayedPath() + id + ".xml";
   const std::string received = files.GetReceivedPath() + id + ".xml";
-  interface::DirectoryWatch watchDelayed(files.GetDelayedPath());
-  interface::DirectoryWatch watchReceived(files.GetReceivedPath());
+  os::DirectoryWatch watchDelayed(files.GetDelayedPath());
+  os::DirectoryWatch watchReceived(files.GetReceivedPath());
   const auto end = std::chrono::steady_clock::now() +
                    std::chrono::seconds(std::max<int>(0, core::ThreadContext().Config.PeticionTimeOut()));
   for (;;) {
@@ -45,7 +45,7 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
     const bool over = ended();
     const ino_t now = InodeOf(delayed);
     if (now != 0 && now != delayedBefore) return delayed;
-    if (over) return platform::PathExists(received) ? received : std::string();
+    if (over) return os::PathExists(received) ? received : std::string();
     if (std::chrono::steady_clock::now() >= end) return {};
     if (onIdle) onIdle();
     watchDelayed.Wait(kPass);
@@ -57,7 +57,7 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
 void Confirm(const std::string& id, const char* how, const char* method) {
   const std::string record = core::AuditRecordFile(id);
   core::SaveAuditMarks(record, id, {{"CONFIRMADA", how}, {"FECHA_CONFIRMACION", core::AuditTime(record)}});
-  platform::DeleteFile(interface::PendingCopy(id), method);
+  os::DeleteFile(interface::PendingCopy(id), method);
   core::LogLine(std::string(method) + ":Confirmada la dispensación " + id);
 }
 
@@ -82,7 +82,7 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   CFileAdmin files;
   const auto& config = core::ThreadContext().Config;
   files.MakeSended();
-  platform::CopyFileTo(interface::PendingCopy(id), files.GetSendedPath() + id + ".xml", method);
+  os::CopyFileTo(interface::PendingCopy(id), files.GetSendedPath() + id + ".xml", method);
   // An answer left from before must not pass for this one's.
   files.DeleteFromReceived(id);
   const ino_t delayedBefore = InodeOf(files.GetDelayedPath() + id + ".xml");
@@ -105,8 +105,8 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   }
   Confirm(id, "srv", method);
   if (config.EliminarXMLRespuesta != 0) {
-    platform::SetAttributes(answer, platform::kAttrArchive, method);
-    platform::DeleteFile(answer, method);
+    os::SetAttributes(answer, os::kAttrArchive, method);
+    os::DeleteFile(answer, method);
   }
   item.Estado = pndConfirmada;
   item.Resultado = rnvConfirmada;

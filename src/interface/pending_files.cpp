@@ -5,19 +5,20 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "core/audit_record.h"
+#include "audit/audit_record.h"
 #include "core/context.h"
-#include "platform/attributes.h"
-#include "platform/clock.h"
-#include "platform/files.h"
-#include "platform/process_table.h"
+#include "os/attributes.h"
+#include "os/clock.h"
+#include "vbcompat/dates.h"
+#include "os/files.h"
+#include "os/process_table.h"
 #include "velmora/interface.h"
 
 namespace velmora::interface {
 
 namespace {
 
-platform::LocalTime LocalTimeOf(time_t t) {
+os::LocalTime LocalTimeOf(time_t t) {
   struct tm tm {};
   localtime_r(&t, &tm);
   return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
@@ -64,8 +65,8 @@ bool IsPending(const std::string& id) {
 
 void KeepPendingCopy(const std::string& id) {
   try {
-    platform::MakeDirectory(PendingFolder(), "CPendientes.GuardarCopia");
-    platform::CopyFileTo(CFileAdmin().GetSendedPath() + id + ".xml", PendingCopy(id), "CPendientes.GuardarCopia");
+    os::MakeDirectory(PendingFolder(), "CPendientes.GuardarCopia");
+    os::CopyFileTo(CFileAdmin().GetSendedPath() + id + ".xml", PendingCopy(id), "CPendientes.GuardarCopia");
   } catch (const std::exception& e) {
     // The till has its answer; a copy that cannot be kept is reported, never a failed call.
     core::HandleError("CPendientes.GuardarCopia", e);
@@ -75,7 +76,7 @@ void KeepPendingCopy(const std::string& id) {
 bool ExecutorRunning(const std::string& id) {
   // The command line as the road builds it, whether split at blanks or given whole.
   const std::string single = "IDPres=" + id;
-  for (const auto& args : platform::RunningInstances(CFileAdmin().GetDllPath() + "executor.exe")) {
+  for (const auto& args : os::RunningInstances(CFileAdmin().GetDllPath() + "executor.exe")) {
     std::string joined;
     for (const auto& a : args) joined += (joined.empty() ? "" : " ") + a;
     if (joined == single || joined == single + " MD") return true;
@@ -118,7 +119,7 @@ CDispensacionPendiente Describe(const std::string& id, const struct stat& copy) 
   CDispensacionPendiente item;
   item.IDPrescripcion = id;
   item.Lote = IsBatchId(id);
-  item.Fecha = platform::FormatDate(LocalTimeOf(copy.st_mtim.tv_sec), "dd/mm/yyyy hh:mm:ss");
+  item.Fecha = vb::FormatDate(LocalTimeOf(copy.st_mtim.tv_sec), "dd/mm/yyyy hh:mm:ss");
   const std::string given = core::AuditMark(core::AuditRecordFile(id), id, "RESPUESTA_GENERADA");
   item.TipoRespuesta = given == "xml" ? rspDefault : given == "int" ? rspInternal : 0;
   item.EjecutorActivo = ExecutorRunning(id);

@@ -5,8 +5,8 @@
 
 #include "core/context.h"
 #include "messages/identifier.h"
-#include "platform/files.h"
-#include "platform/process.h"
+#include "os/files.h"
+#include "os/process.h"
 
 namespace velmora::interface {
 
@@ -16,7 +16,7 @@ void RefuseUnusableIdentifier(const std::string& id, const char* method) {
 
 void MoveStaleResponseAside(const std::string& id) {
   CFileAdmin files;
-  if (!platform::PathExists(files.GetReceivedPath() + id + ".xml")) return;
+  if (!os::PathExists(files.GetReceivedPath() + id + ".xml")) return;
   files.MakeDelayed();
   files.MoveToDelayed(files.GetReceivedPath(), id + ".xml");
 }
@@ -27,8 +27,8 @@ std::function<bool()> StartExecutor(const std::string& id, bool batch, const cha
   std::vector<std::string> argv = {files.GetDllPath() + "executor.exe", "IDPres=" + id};
   if (batch) argv.emplace_back("MD");
   // The executor starts in the runtime folder: a relative VELMORA_HOME would lead it elsewhere.
-  platform::ChildEnded ended =
-      platform::SpawnDetached(argv, files.GetDllPath(), method, {"VELMORA_HOME=" + files.GetDllPath()});
+  os::ChildEnded ended =
+      os::SpawnDetached(argv, files.GetDllPath(), method, {"VELMORA_HOME=" + files.GetDllPath()});
   return [ended] { return ended->load(); };
 }
 

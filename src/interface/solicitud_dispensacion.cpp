@@ -3,7 +3,7 @@
 #include "core/context.h"
 #include "interface/road.h"
 #include "messages/identifier.h"
-#include "platform/text.h"
+#include "vbcompat/text.h"
 
 namespace velmora {
 
@@ -16,10 +16,10 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
   }
   bool failed = false;
   auto& request = objPeticionDispensacion;
-  if (platform::Trim(request.IDPrescripcion).empty())
+  if (vb::Trim(request.IDPrescripcion).empty())
     request.IDPrescripcion = messages::ReserveGeneratedIdentifier(request);
   const std::string id = request.IDPrescripcion;
-  const bool blank = platform::Trim(id).empty();
+  const bool blank = vb::Trim(id).empty();
   core::TraceScope trace(kMethod, blank || messages::IsUsableIdentifier(id) ? id : std::string());
   try {
     auto& auditor = core::ThreadContext().Auditor();

@@ -2,9 +2,9 @@
 
 #include "core/context.h"
 #include "interface/road.h"
-#include "platform/attributes.h"
-#include "platform/files.h"
-#include "platform/text.h"
+#include "os/attributes.h"
+#include "os/files.h"
+#include "vbcompat/text.h"
 #include "velmora/pdf.h"
 
 namespace velmora {
@@ -37,7 +37,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     const auto& items = objListaDispensaciones.Dispensaciones();
     if (items.Count() == 0) Raise(32014, kMethod);
     const std::string id = "MD__" + items.Item(1)->IDPrescripcion;
-    if (platform::Trim(id).empty()) Raise(32006, kMethod);
+    if (vb::Trim(id).empty()) Raise(32006, kMethod);
     interface::RefuseUnusableIdentifier(id, kMethod);
     CFileAdmin files;
     const std::string requestFile = files.GetSendedPath() + id + ".xml";
@@ -59,8 +59,8 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     executorEnded_ = nullptr;
 
     // The hidden completion mark comes off before the file is read.
-    if (arrived && platform::PathExists(responseFile))
-      platform::SetAttributes(responseFile, platform::kAttrArchive, kMethod);
+    if (arrived && os::PathExists(responseFile))
+      os::SetAttributes(responseFile, os::kAttrArchive, kMethod);
     // Tested by one member, named by another: the pairing is kept as installations have it.
     const ResponseTypeEnum type =
         interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, logMark, *response);

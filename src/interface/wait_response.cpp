@@ -3,9 +3,9 @@
 #include <cmath>
 
 #include "core/context.h"
-#include "interface/directory_watch.h"
-#include "platform/attributes.h"
-#include "platform/files.h"
+#include "os/directory_watch.h"
+#include "os/attributes.h"
+#include "os/files.h"
 
 namespace velmora {
 
@@ -28,7 +28,7 @@ bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
     CFileAdmin files;
     const std::string folder = files.GetReceivedPath();
     const std::string path = folder + strIdPrescripcion + ".xml";
-    interface::DirectoryWatch watch(folder);
+    os::DirectoryWatch watch(folder);
     const auto start = std::chrono::steady_clock::now();
     int64_t elapsed = 0;
     while (elapsed < limit && !arrived) {
@@ -37,25 +37,25 @@ bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
       elapsed = static_cast<int64_t>(std::nearbyint(static_cast<double>(ms.count()) / 1000.0));
       if (interval == 0) Raise(11, kMethod);
       if (elapsed % interval == 0 && files.ExistResponseFile(strIdPrescripcion, fldReceived)) {
-        const uint32_t attributes = platform::GetAttributes(path, kMethod);
+        const uint32_t attributes = os::GetAttributes(path, kMethod);
         core::LogLine("CInterface.WaitResponse: Hemos encontrado el fichero pero esta liberado???? el fichero --> " +
                       folder + strIdPrescripcion + " con los atributos " + std::to_string(attributes));
-        arrived = attributes == platform::kAttrHidden;
+        arrived = attributes == os::kAttrHidden;
       }
       // An executor that has ended will write nothing more: waiting on to the time-out would
       // only hold the till. Its answer, if it left one, is taken by the last look below.
       if (!arrived && executorEnded_ && executorEnded_()) {
-        if (!platform::PathExists(path))
+        if (!os::PathExists(path))
           core::LogLine("CInterface.WaitResponse: executor.exe ha terminado sin dejar respuesta --> " + path);
         break;
       }
       if (OnIdle) OnIdle();
       if (!arrived && elapsed < limit) watch.Wait(kPass);
     }
-    const uint32_t attributes = platform::GetAttributes(path, kMethod);
+    const uint32_t attributes = os::GetAttributes(path, kMethod);
     core::LogLine("CInterface.WaitResponse: antes del ultimo objFileAdmin.ExistResponseFile --> " + path +
                   std::to_string(attributes));
-    if (attributes != platform::kAttrHidden || !arrived) {
+    if (attributes != os::kAttrHidden || !arrived) {
       core::LogLine("CInterface.WaitResponse: dentro del if --> " + path + std::to_string(attributes));
       arrived = files.ExistResponseFile(strIdPrescripcion, fldReceived);
     }

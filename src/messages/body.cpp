@@ -3,7 +3,7 @@
 #include <charconv>
 
 #include "core/context.h"
-#include "platform/xml/xml.h"
+#include "xml/xml.h"
 #include "velmora/error.h"
 
 namespace velmora::messages {
@@ -72,7 +72,7 @@ std::string Enveloped(bool withEnvelope, const std::string& header, std::string 
 }
 
 void SaveBody(const std::string& body, const std::string& path, const std::string& source) {
-  platform::xml::Document doc;
+  xml::Document doc;
   if (!doc.LoadXml(body)) Raise(32003, source);
   doc.Save(path, source);
 }

@@ -9,9 +9,9 @@
 #include <filesystem>
 
 #include "core/context.h"
-#include "platform/clock.h"
-#include "platform/files.h"
-#include "platform/text.h"
+#include "os/clock.h"
+#include "os/files.h"
+#include "vbcompat/text.h"
 
 namespace velmora::messages {
 
@@ -24,7 +24,7 @@ void TwoDigits(std::string& out, int value) {
 }
 
 // The calendar arithmetic of timegm, with no time zone in the way: only the fields move on.
-platform::LocalTime SecondsLater(const platform::LocalTime& t, int seconds) {
+os::LocalTime SecondsLater(const os::LocalTime& t, int seconds) {
   if (seconds == 0) return t;
   std::tm tm{};
   tm.tm_year = t.year - 1900;
@@ -55,7 +55,7 @@ void SweepOldReservations(const std::string& folder) {
 }  // namespace
 
 std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int laterSeconds) {
-  const platform::LocalTime now = SecondsLater(platform::Now(), laterSeconds);
+  const os::LocalTime now = SecondsLater(os::Now(), laterSeconds);
   std::string id = "ITP";
   id += request.IdFarmacia;
   id += request.IdProvincia;
@@ -77,12 +77,12 @@ std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
     CFileAdmin files;
     files.MakeSended();
     const std::string folder = files.GetSendedPath() + ".reservas/";
-    platform::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
+    os::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
     SweepOldReservations(folder);
     for (int later = 0; later < kMaxTries; ++later) {
       std::string id = MakePrescriptionIdentifier(request, later);
       // Created exclusively: of two dispensations that reach one stamp, only one gets it.
-      const int fd = open((folder + id).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, platform::kFileMode);
+      const int fd = open((folder + id).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, os::kFileMode);
       if (fd >= 0) {
         close(fd);
         return id;
@@ -100,7 +100,7 @@ std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
 bool IsUsableIdentifier(std::string_view id) {
   // 255 bytes make a file name; the batch's "MD__" and the ".xml" come on top.
   constexpr size_t kMaxBytes = 255 - 4 - 4;
-  if (id.empty() || id.size() > kMaxBytes || id == "." || id == ".." || !platform::IsValidUtf8(id)) return false;
+  if (id.empty() || id.size() > kMaxBytes || id == "." || id == ".." || !vb::IsValidUtf8(id)) return false;
   for (unsigned char c : id)
     if (c < 0x20 || c == 0x7F || c == '/' || c == '[' || c == ']') return false;
   return true;

@@ -9,7 +9,7 @@ namespace velmora::messages {
 
 // The identifier given to a request that has none: "ITP", the pharmacy, the province, the
 // pharmacy again, the user, the health card and the present local time as "yymmddhhmmss"
-// (platform::Now(), so tests fix it), moved on by `laterSeconds` when the caller found the
+// (os::Now(), so tests fix it), moved on by `laterSeconds` when the caller found the
 // earlier stamps taken. The pharmacy appears twice on purpose: identifiers already issued and
 // audited have this shape, and the service matches on it.
 std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int laterSeconds = 0);

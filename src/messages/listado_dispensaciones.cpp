@@ -3,14 +3,14 @@
 #include "core/context.h"
 #include "messages/body.h"
 #include "messages/identifier.h"
-#include "platform/text.h"
-#include "platform/xml/xml.h"
+#include "vbcompat/text.h"
+#include "xml/xml.h"
 #include "velmora/error.h"
 
 namespace velmora {
 
 using messages::Element;
-using platform::Trim;
+using vb::Trim;
 
 bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPeticionDispensacion) {
   static constexpr const char* kMethod = "CListadoDispensaciones.aniadirDispensacion";
@@ -72,7 +72,7 @@ void CListadoDispensaciones::ResetDispensacionesCol() {
 
 std::string CListadoDispensaciones::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CListadoDispensaciones.ToString";
-  core::TraceScope trace(kMethod, platform::BoolText(withEnvelope));
+  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
   std::string result;
   try {
     // Reported under the interface's batch call, the one place an empty batch comes from.
@@ -122,7 +122,7 @@ bool CListadoDispensaciones::FromXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CPeticionDispensacion.FromXMLFile";
   core::TraceScope trace(kMethod, path);
   try {
-    platform::xml::Document doc;
+    xml::Document doc;
     doc.Load(path);
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);

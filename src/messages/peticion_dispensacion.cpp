@@ -2,11 +2,11 @@
 
 #include "core/context.h"
 #include "messages/body.h"
-#include "platform/dates/dates.h"
-#include "platform/files.h"
-#include "platform/paths.h"
-#include "platform/text.h"
-#include "platform/xml/xml.h"
+#include "vbcompat/dates.h"
+#include "os/files.h"
+#include "os/paths.h"
+#include "vbcompat/text.h"
+#include "xml/xml.h"
 #include "velmora/core.h"
 #include "velmora/error.h"
 
@@ -14,7 +14,7 @@ namespace velmora {
 
 using messages::Element;
 using messages::Fire;
-using platform::Trim;
+using vb::Trim;
 
 namespace {
 
@@ -22,7 +22,7 @@ constexpr const char* kToString = "CPeticionDispensacion.ToString";
 
 bool IsItp(const std::string& id) { return Trim(id).compare(0, 3, "ITP") == 0; }
 
-bool ReadsAsDate(const std::string& text) { return platform::ReadDate(text).has_value(); }
+bool ReadsAsDate(const std::string& text) { return vb::ReadDate(text).has_value(); }
 
 }  // namespace
 
@@ -43,9 +43,9 @@ std::string CPeticionDispensacion::ParseDate(const std::string& text) {
   try {
     if (text.empty()) return result;
     core::LogLine("CPeticionDispensacion.ParseDate:Parseando las fechas");
-    std::optional<platform::LocalTime> date = platform::ReadDate(text);
+    std::optional<os::LocalTime> date = vb::ReadDate(text);
     if (!date) Raise(32004, "CPeticionDispensacion.ParseDate");
-    result = platform::FormatYyyymmdd(*date);
+    result = vb::FormatYyyymmdd(*date);
   } catch (const std::exception& e) {
     core::HandleError("CPeticionDispensacion.ParseDate", e);
   }
@@ -73,7 +73,7 @@ std::string CPeticionDispensacion::PrescriberElements() {
 }
 
 std::string CPeticionDispensacion::ToString(bool withEnvelope) {
-  core::TraceScope trace(kToString, platform::BoolText(withEnvelope));
+  core::TraceScope trace(kToString, vb::BoolText(withEnvelope));
   std::string result;
   try {
     std::string body = "<PeticionDispensacion " + messages::Esquema() + "> ";
@@ -138,7 +138,7 @@ bool CPeticionDispensacion::ToXMLFile(const std::string& path) {
 bool CPeticionDispensacion::FromXMLFile(const std::string& path) {
   core::TraceScope trace("CPeticionDispensacion.FromXMLFile", path);
   try {
-    platform::xml::Document doc;
+    xml::Document doc;
     doc.Load(path);
   } catch (const std::exception& e) {
     core::HandleError("CPeticionDispensacion.FromXMLFile", e);
@@ -155,11 +155,11 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
     core::LogLine(
         "CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase");
     Fire(onBeforeTransformToXML);
-    platform::xml::Document doc;
+    xml::Document doc;
     if (!doc.LoadXml(ToString(false))) Raise(32003, kMethod);
     if (SaveSOAPMsgToFile) {
-      const std::string file = platform::WithSlash(CFileAdmin().GetDllPath()) + platform::kLibraryTitle + ".xml";
-      platform::DeleteFile(file, kMethod);
+      const std::string file = os::WithSlash(CFileAdmin().GetDllPath()) + os::kLibraryTitle + ".xml";
+      os::DeleteFile(file, kMethod);
       doc.Save(file, kMethod);
       core::LogLine("CPeticionDispensacion.IObject_ToXML:Generando archivo XML con la petición de la dispensación");
     }

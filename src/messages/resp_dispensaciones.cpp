@@ -2,15 +2,15 @@
 
 #include "core/context.h"
 #include "messages/body.h"
-#include "platform/text.h"
-#include "platform/xml/xml.h"
+#include "vbcompat/text.h"
+#include "xml/xml.h"
 #include "velmora/core.h"
 #include "velmora/error.h"
 
 namespace velmora {
 
 using messages::Fire;
-using platform::UpperCase;
+using vb::UpperCase;
 
 namespace {
 
@@ -63,7 +63,7 @@ bool CRespDispensaciones::FromXMLFile(const std::string& path) {
   core::TraceScope trace(kMethod, path);
   bool result = false;
   try {
-    platform::xml::Document doc;
+    xml::Document doc;
     if (!doc.Load(path)) Raise(32009, kMethod);
     // 32000 keeps the single response's text, class name included.
     if (!IObject_FromXML(doc.ChildNodes())) Raise(32000, kMethod);
@@ -134,7 +134,7 @@ void CRespDispensaciones::AddFailureRow() {
 // configured row.
 void CRespDispensaciones::SetInternalResponse(bool obtained) {
   static constexpr const char* kMethod = "CRespDispensaciones.SetInternalResponse";
-  core::TraceScope trace(kMethod, platform::BoolText(obtained));
+  core::TraceScope trace(kMethod, vb::BoolText(obtained));
   auto step = [&](const std::function<void()>& statement) {
     try {
       statement();
@@ -162,7 +162,7 @@ void CRespDispensaciones::SetInternalResponse(bool obtained) {
 
 std::string CRespDispensaciones::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CRespDispensaciones.ToString";
-  core::TraceScope trace(kMethod, platform::BoolText(withEnvelope));
+  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
   std::string result;
   try {
     std::string body = "<RespuestaPeticion " + messages::Esquema() + "> ";

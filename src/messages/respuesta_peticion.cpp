@@ -2,18 +2,18 @@
 
 #include "core/context.h"
 #include "messages/body.h"
-#include "platform/paths.h"
-#include "platform/text.h"
-#include "platform/vbconv.h"
-#include "platform/xml/xml.h"
+#include "os/paths.h"
+#include "vbcompat/text.h"
+#include "vbcompat/vbconv.h"
+#include "xml/xml.h"
 #include "velmora/core.h"
 #include "velmora/error.h"
 
 namespace velmora {
 
 using messages::Fire;
-using platform::Trim;
-using platform::UpperCase;
+using vb::Trim;
+using vb::UpperCase;
 
 namespace {
 
@@ -39,7 +39,7 @@ std::string SoapArray(const char* name, const Collection<std::string>& items) {
 }
 
 int16_t NumericOrZero(const std::string& text, const std::string& source) {
-  return platform::IsNumeric(text) ? platform::ToInt16(text, source) : int16_t{0};
+  return vb::IsNumeric(text) ? vb::ToInt16(text, source) : int16_t{0};
 }
 
 // Array items: every non-blank child value, untrimmed.
@@ -60,7 +60,7 @@ bool CRespuestaPeticion::FromXMLFile(const std::string& path) {
   core::TraceScope trace(kMethod, path);
   bool result = false;
   try {
-    platform::xml::Document doc;
+    xml::Document doc;
     if (!doc.Load(path)) Raise(32009, kMethod);
     if (!IObject_FromXML(doc.ChildNodes())) Raise(32000, kMethod);
     result = true;
@@ -120,7 +120,7 @@ void CRespuestaPeticion::AddErrorInterfaceEntry(int32_t number, const std::strin
   m_colCodigoMotivosRechazo.Clear();
   m_colTextoMotivosRechazo.Clear();
   m_colCodigoMotivosRechazo.Add("99999");
-  m_colTextoMotivosRechazo.Add(std::string("errorInterface ") + platform::kLibraryTitle + ":(" +
+  m_colTextoMotivosRechazo.Add(std::string("errorInterface ") + os::kLibraryTitle + ":(" +
                                messages::Decimal(number) + ")" + description);
   m_intNMotivosRechazo = static_cast<int16_t>(m_colCodigoMotivosRechazo.Count());
 }
@@ -129,7 +129,7 @@ void CRespuestaPeticion::AddErrorInterfaceEntry(int32_t number, const std::strin
 // next statement goes on, as the old handler's "resume next" did.
 void CRespuestaPeticion::SetInternalResponse(bool obtained) {
   static constexpr const char* kMethod = "CRespuestaPeticion.SetInternalResponse";
-  core::TraceScope trace(kMethod, platform::BoolText(obtained));
+  core::TraceScope trace(kMethod, vb::BoolText(obtained));
   auto step = [&](const std::function<void()>& statement) {
     try {
       statement();
@@ -150,14 +150,14 @@ void CRespuestaPeticion::SetInternalResponse(bool obtained) {
   step([&] { m_colTextoAviso.Add(config.LoadInternalResponse("TextoAviso")); });
   step([&] {
     std::string n = config.LoadInternalResponse("NumAvisos");
-    m_intNAvisos = platform::IsNumeric(n) ? platform::ToInt16(n, kMethod)
+    m_intNAvisos = vb::IsNumeric(n) ? vb::ToInt16(n, kMethod)
                                           : static_cast<int16_t>(m_colCodigoAviso.Count());
   });
   step([&] { m_colCodigoMotivosRechazo.Add(config.LoadInternalResponse("CodigoMotivosRechazo")); });
   step([&] { m_colTextoMotivosRechazo.Add(config.LoadInternalResponse("TextoMotivosRechazo")); });
   step([&] {
     std::string n = config.LoadInternalResponse("NumMotivosRechazo");
-    m_intNMotivosRechazo = platform::IsNumeric(n) ? platform::ToInt16(n, kMethod)
+    m_intNMotivosRechazo = vb::IsNumeric(n) ? vb::ToInt16(n, kMethod)
                                                   : static_cast<int16_t>(m_colCodigoMotivosRechazo.Count());
   });
 }
@@ -165,7 +165,7 @@ void CRespuestaPeticion::SetInternalResponse(bool obtained) {
 // Traced under the request's name, which the two have always shared in the trace file.
 std::string CRespuestaPeticion::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CPeticionDispensacion.ToString";
-  core::TraceScope trace(kMethod, platform::BoolText(withEnvelope));
+  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
   std::string result;
   try {
     std::string body = "<RespuestaPeticion " + messages::Esquema() + "> ";

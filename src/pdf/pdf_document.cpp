@@ -9,12 +9,13 @@
 #include <limits>
 
 #include "pdf/pdf_writer.h"
-#include "platform/clock.h"
-#include "platform/error_map.h"
-#include "platform/files.h"
-#include "platform/paths.h"
-#include "platform/process.h"
-#include "platform/text.h"
+#include "os/clock.h"
+#include "vbcompat/dates.h"
+#include "errors/error_map.h"
+#include "os/files.h"
+#include "os/paths.h"
+#include "os/process.h"
+#include "vbcompat/text.h"
 
 namespace velmora {
 
@@ -33,7 +34,7 @@ int OpenOutput(const std::string& path, bool* created) {
   int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0600);
   *created = fd >= 0;
   if (fd < 0 && errno == EEXIST) fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) platform::RaiseErrno(errno, "cPDF.PDFCreate");
+  if (fd < 0) errors::RaiseErrno(errno, "cPDF.PDFCreate");
   const int flags = ::fcntl(fd, F_GETFL);
   if (flags >= 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
   return fd;
@@ -100,7 +101,7 @@ cOutline& cOutlines::Add(cOutline outline) {
 
 cPDF::cPDF() {
   pdf::ResetState();
-  platform::LocalTime now = platform::Now();
+  os::LocalTime now = os::Now();
   CreationDate = {now.year, now.month, now.day, now.hour, now.minute, now.second};
 }
 
@@ -139,7 +140,7 @@ bool cPDF::PDFCreate(std::string& cFileName) {
       struct stat existing {};
       if (::stat(cFileName.c_str(), &existing) == 0 && S_ISREG(existing.st_mode) && existing.st_size >= 1 &&
           ::unlink(cFileName.c_str()) != 0)
-        platform::RaiseErrno(errno, "cPDF.PDFCreate");
+        errors::RaiseErrno(errno, "cPDF.PDFCreate");
       st.fd = OpenOutput(cFileName, &st.created);
       st.path = cFileName;
     } else {
@@ -149,9 +150,9 @@ bool cPDF::PDFCreate(std::string& cFileName) {
     }
     st.document = document_ = pdf::NewDocumentId();
 
-    platform::LocalTime t{CreationDate.Year, CreationDate.Month, CreationDate.Day,
+    os::LocalTime t{CreationDate.Year, CreationDate.Month, CreationDate.Day,
                           CreationDate.Hour, CreationDate.Minute, CreationDate.Second};
-    std::string date = "D:" + platform::FormatDate(t, "yyyymmddhhnnss");
+    std::string date = "D:" + vb::FormatDate(t, "yyyymmddhhnnss");
     WriteLine("%PDF-1.3");
     pdf::WriteBytes("%\xE2\xE3\xCF\xD3", true);
 
@@ -263,7 +264,7 @@ void cPDF::PDFClose() {
   WriteLine("<< ");
   WriteLine("/Font");
   WriteLine("<< ");
-  WriteLine(platform::Trim(fontList));
+  WriteLine(vb::Trim(fontList));
   WriteLine(">>");
   // Images and blocks share one /XObject dictionary. Written as two dictionaries under the same
   // key, as the writer once did, a reader keeps only the second and the images vanish from
@@ -272,13 +273,13 @@ void cPDF::PDFClose() {
     WriteLine("/ProcSet[/PDF /ImageB /Text]");
     WriteLine("/XObject ");
     WriteLine("<<");
-    WriteLine(platform::Trim(imageList));
-    if (Bloques.Count() > 0) WriteLine(platform::Trim(blockList));
+    WriteLine(vb::Trim(imageList));
+    if (Bloques.Count() > 0) WriteLine(vb::Trim(blockList));
     WriteLine(">>");
   } else if (Bloques.Count() > 0) {
     WriteLine("/XObject ");
     WriteLine("<<");
-    WriteLine(platform::Trim(blockList));
+    WriteLine(vb::Trim(blockList));
     WriteLine(">>");
   }
   WriteLine(">>");
@@ -349,9 +350,9 @@ std::optional<Error> cPDF::Show() {
   // The viewer is a convenience for the counter: like the shell call it replaces, a viewer that
   // is missing or will not start is reported to the caller, never raised through the receipt.
   try {
-    const std::string program = platform::FindProgram(viewer);
-    if (program.empty()) platform::RaiseErrno(ENOENT, "cPDF.Show");
-    platform::SpawnDetached({program, FileName}, platform::RuntimeFolder(), "cPDF.Show");
+    const std::string program = os::FindProgram(viewer);
+    if (program.empty()) errors::RaiseErrno(ENOENT, "cPDF.Show");
+    os::SpawnDetached({program, FileName}, os::RuntimeFolder(), "cPDF.Show");
   } catch (const Error& e) {
     return e;
   }

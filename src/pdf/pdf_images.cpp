@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "pdf/pdf_writer.h"
-#include "platform/error_map.h"
-#include "platform/files.h"
+#include "errors/error_map.h"
+#include "os/files.h"
 
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
@@ -103,7 +103,7 @@ PdfPicture Decode(const uint8_t* data, size_t size, const char* source) {
 
 void cPDF::LoadImageFromFile(const std::string& PictureFile, const std::string& Name, bool GrayScale, bool Zipped) {
   const char* src = "cPDF.LoadImageFromFile";
-  std::string bytes = platform::ReadFileOrRaise(PictureFile, src);
+  std::string bytes = os::ReadFileOrRaise(PictureFile, src);
   WriteImage(Decode(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size(), src), Name, GrayScale, Zipped);
 }
 

@@ -3,9 +3,9 @@
 #include <map>
 
 #include "pdf/pdf_writer.h"
-#include "platform/error_map.h"
-#include "platform/files.h"
-#include "platform/text.h"
+#include "errors/error_map.h"
+#include "os/files.h"
+#include "vbcompat/text.h"
 
 namespace velmora {
 
@@ -85,7 +85,7 @@ void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
   if (pageOpen_) Raise(5, src);  // the object would land inside the page's content stream
   if (Bloques.Find(Name)) RaisePdfCollectionError(457);
 
-  const std::string text = platform::ReadFileOrRaise(Archivo, src);
+  const std::string text = os::ReadFileOrRaise(Archivo, src);
 
   // The stream carries its /Length like every other stream: without it readers must search for
   // "endstream", and poppler draws nothing of the block.

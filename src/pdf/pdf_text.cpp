@@ -7,8 +7,8 @@
 
 #include "pdf/pdf_writer.h"
 #include "pdf/type1_metrics.h"
-#include "platform/fonts/font_metrics.h"
-#include "platform/text.h"
+#include "fonts/font_metrics.h"
+#include "vbcompat/text.h"
 
 namespace velmora {
 
@@ -156,14 +156,14 @@ void cFont::LoadFontTTF(const std::string& name, const std::string& baseFont, co
   Name = name;
   BaseFont = baseFont;
   fType = TrueType;
-  std::string s = platform::Trim(style);
+  std::string s = vb::Trim(style);
   fStyle = s == "Bold" ? Bold : s == "Italic" ? Italic : s == "BoldItalic" ? BoldItalic : Normal;
   Measured = false;
   Measure();
 }
 
 void cFont::EmbedFontData(std::vector<uint8_t> bytes) {
-  auto m = platform::MeasureFontBytes(bytes.data(), bytes.size());
+  auto m = fonts::MeasureFontBytes(bytes.data(), bytes.size());
   if (!m) Raise(5, "cFont.EmbedFontData");
   embedded_ = std::move(bytes);
   fType = TrueType;
@@ -173,14 +173,14 @@ void cFont::EmbedFontData(std::vector<uint8_t> bytes) {
 
 void cFont::Measure() {
   if (Measured) return;
-  std::optional<platform::FontMetrics> m;
+  std::optional<fonts::FontMetrics> m;
   if (!embedded_.empty()) {
-    m = platform::MeasureFontBytes(embedded_.data(), embedded_.size());
+    m = fonts::MeasureFontBytes(embedded_.data(), embedded_.size());
   } else if (fType == TrueType) {
-    m = platform::MeasureSystemFont(BaseFont, fStyle == Bold || fStyle == BoldItalic,
+    m = fonts::MeasureSystemFont(BaseFont, fStyle == Bold || fStyle == BoldItalic,
                                     fStyle == Italic || fStyle == BoldItalic);
   } else if (const pdf::Type1Metrics* own = pdf::StandardType1Metrics(BaseFont)) {
-    m = platform::FontMetrics{};
+    m = fonts::FontMetrics{};
     m->widths = own->widths;
     m->ascent = own->ascent;
     m->descent = own->descent;
@@ -190,7 +190,7 @@ void cFont::Measure() {
     std::string family;
     bool bold = false, italic = false;
     SplitType1Name(BaseFont, &family, &bold, &italic);
-    m = platform::MeasureSystemFont(family, bold, italic);
+    m = fonts::MeasureSystemFont(family, bold, italic);
   }
   if (!m) Raise(5, "cFont.Measure");
   Widths = m->widths;
@@ -401,7 +401,7 @@ std::vector<std::string> cPDF::BreakLines(const std::string& Text, const std::st
   font.Measure();
   std::vector<std::string> out;
   for (auto& line : Break(font, pdf::ToCp1252(Text), FontSize, CellWidth))
-    out.push_back(platform::Cp1252ToUtf8(line.bytes));
+    out.push_back(vb::Cp1252ToUtf8(line.bytes));
   return out;
 }
 

@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/error_map.h"
-#include "platform/cp1252.h"
+#include "errors/error_map.h"
+#include "vbcompat/cp1252.h"
 
 namespace velmora::pdf {
 namespace {
@@ -65,7 +65,7 @@ void Flush() {
       if (errno == EINTR) continue;
       int err = errno;
       tState.pending.clear();
-      platform::RaiseErrno(err, "cPDF.WriteLine");
+      errors::RaiseErrno(err, "cPDF.WriteLine");
     }
     done += static_cast<size_t>(n);
   }
@@ -77,7 +77,7 @@ void CloseOutput() {
   Flush();
   int fd = tState.fd;
   tState.fd = -1;
-  if (::close(fd) != 0) platform::RaiseErrno(errno, "cPDF.PDFClose");
+  if (::close(fd) != 0) errors::RaiseErrno(errno, "cPDF.PDFClose");
 }
 
 void ReleaseOutput() noexcept {
@@ -119,7 +119,7 @@ int16_t NextObjectNumber() {
 
 void RegisterObject(int16_t number) { tState.objects.Add(number, tState.offset); }
 
-std::string ToCp1252(std::string_view text) { return platform::Utf8ToCp1252(text); }
+std::string ToCp1252(std::string_view text) { return vb::Utf8ToCp1252(text); }
 
 std::string HexString(std::string_view text) { return HexBytes(ToCp1252(text)); }
 

@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "barcode/embedded_resources.h"
-#include "platform/files.h"
-#include "platform/paths.h"
+#include "os/files.h"
+#include "os/paths.h"
 #include "velmora/barcode.h"
 
 namespace velmora::receipt {
@@ -12,10 +12,10 @@ namespace velmora::receipt {
 void EnsureBarcodeFontInstalled() {
   constexpr const char* kFontFile = "pdffont.ttf";
   jrInstalarFuente installer;
-  if (platform::PathExists(installer.DirectorioFuentesSistema() + "/" + kFontFile)) return;
-  const std::string folder = platform::RuntimeFolder();
+  if (os::PathExists(installer.DirectorioFuentesSistema() + "/" + kFontFile)) return;
+  const std::string folder = os::RuntimeFolder();
   const auto bytes = barcode::BarcodeFontBytes();
-  platform::WriteFileAtomic(folder + kFontFile,
+  os::WriteFileAtomic(folder + kFontFile,
                             std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
                             "cPDF.mostrarPDF");
   installer.FicheroTTF = kFontFile;

@@ -1,6 +1,6 @@
 #include "receipt/data_text.h"
 
-#include "platform/cp1252.h"
+#include "vbcompat/cp1252.h"
 #include "velmora/messages.h"
 
 namespace velmora::receipt {
@@ -26,7 +26,7 @@ void ExtendDataText(std::string& D, const CPeticionDispensacion& request, const 
   D += "|";
   // Padded to nine characters, not bytes: a card with an accented letter is one character
   // longer in UTF-8 than it is on the card.
-  const size_t length = platform::Utf8ToCp1252(T).size();
+  const size_t length = vb::Utf8ToCp1252(T).size();
   if (length < 9) D.append(9 - length, '0');
   D += T;
 }

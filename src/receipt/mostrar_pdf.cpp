@@ -7,7 +7,7 @@
 #include "barcode/code128_compact.h"
 #include "barcode/embedded_resources.h"
 #include "core/context.h"
-#include "platform/paths.h"
+#include "os/paths.h"
 #include "receipt/barcode_font_setup.h"
 #include "receipt/data_text.h"
 #include "receipt/logo.h"
@@ -77,7 +77,7 @@ void cPDF::mostrarPDF(CListadoDispensaciones& objListado) {
   receipt::EnsureBarcodeFontInstalled();
   const auto& requests = objListado.Dispensaciones();
 
-  std::string file = platform::RuntimeFolder() + platform::kLibraryTitle + ".pdf";
+  std::string file = os::RuntimeFolder() + os::kLibraryTitle + ".pdf";
   if (!PDFCreate(file)) return;
 
   if (!code128) code128 = std::make_shared<BarCode128>();

@@ -49,9 +49,9 @@ TEST(jrInstalarFuente, FontsFolderIsTheUsersDataFolder) {
   // A till started as a service has no HOME: the account's home from the password database
   // (only looked at here; the test setup pins it elsewhere so nothing is installed there).
   setenv("HOME", "", 1);
-  platform::SetAccountHomeForTesting({});
+  os::SetAccountHomeForTesting({});
   EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), std::string(getpwuid(getuid())->pw_dir) + "/.local/share/fonts");
-  platform::SetAccountHomeForTesting([] { return std::string(); });
+  os::SetAccountHomeForTesting([] { return std::string(); });
   std::string text;
   EXPECT_EQ(ErrorNumber([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
   EXPECT_EQ(text, "No se ha podido determinar el directorio de fuentes del sistema.");

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "interface_fixture.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 #include "velmora/velmora.h"
 
 velmora_CPeticionDispensacion* CompleteCRequest(const char* id, const char* product);  // request_test.cpp

@@ -13,7 +13,7 @@
 #include <functional>
 
 #include "interface_fixture.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 
 extern char** environ;
 

@@ -11,10 +11,10 @@
 
 #include "core/start_up.h"
 #include "core_test_support.h"
-#include "platform/files.h"
-#include "platform/profile.h"
-#include "platform/profile_trail.h"
-#include "platform/profile_trail_queue.h"
+#include "os/files.h"
+#include "ini/profile.h"
+#include "audit/trail_store.h"
+#include "audit/trail_queue.h"
 
 extern char** environ;
 
@@ -46,12 +46,12 @@ TEST(Concurrency, TwoProcessesCountingLoseNothing) {
   const pid_t b = StartWorker({"counter", "500"});
   // Meanwhile every read sees a whole file with the counter in it.
   for (int reads = 0; reads < 200; ++reads)
-    ASSERT_NE(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "-"), "-");
+    ASSERT_NE(ini::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados", "-"), "-");
   EXPECT_EQ(Finish(a), 0);
   EXPECT_EQ(Finish(b), 0);
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1000");
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1000");
   // The rest of the ini came through the thousand rewrites untouched.
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "RespuestaDefecto", "TextoAviso"),
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "RespuestaDefecto", "TextoAviso"),
             "Respuesta interna");
 }
 
@@ -68,7 +68,7 @@ std::vector<int> Stages(const std::string& trail, const std::vector<std::string>
   std::vector<int> stages;
   for (const auto& id : ids) {
     std::optional<std::string> r;
-    const bool read = platform::ReadTrailSection(trail, id, r);
+    const bool read = audit::ReadTrailSection(trail, id, r);
     EXPECT_TRUE(read || (writersRun && errno == EWOULDBLOCK));
     if (r) r->replace(r->find('=') + 1, r->find('\r', r->find('=')) - r->find('=') - 1, "*");
     stages.push_back(!r ? -1 : *r == Record(id, 0) ? 0 : *r == Record(id, 1) ? 1 : *r == Record(id, 2) ? 2 : -2);
@@ -119,8 +119,8 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
     const std::vector<int> stages = Stages(trail, ids);
     EXPECT_TRUE(std::equal(done.begin(), done.end(), stages.begin()));
     done = stages;
-    EXPECT_NE(platform::ReadProfileString(ini, "MensajeSOAP", "Enviados", "-"), "-");
-    EXPECT_EQ(platform::ReadProfileString(ini, "RespuestaDefecto", "TextoAviso"), "Respuesta interna");
+    EXPECT_NE(ini::ReadProfileString(ini, "MensajeSOAP", "Enviados", "-"), "-");
+    EXPECT_EQ(ini::ReadProfileString(ini, "RespuestaDefecto", "TextoAviso"), "Respuesta interna");
   }
   // Whatever the kills left is older than any write by the next start-up; an answer left whole
   // in a temporary file is kept as a late one, a part of one is not.
@@ -132,16 +132,16 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
   f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
-  ASSERT_TRUE(platform::QueueTrailChange(trail, "KEPT", {{"RESPUESTA_GENERADA", "int"}}));  // a lock wait ran out
+  ASSERT_TRUE(audit::QueueTrailChange(trail, "KEPT", {{"RESPUESTA_GENERADA", "int"}}));  // a lock wait ran out
   core::SweepInterruptedWrites();
-  EXPECT_EQ(platform::ReadProfileString(trail, "KEPT", "RESPUESTA_GENERADA"), "int");
+  EXPECT_EQ(ini::ReadProfileString(trail, "KEPT", "RESPUESTA_GENERADA"), "int");
   EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
   EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
   for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})
     EXPECT_TRUE(std::filesystem::remove(f.folder.Path(copy)));
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
-    EXPECT_FALSE(platform::IsTemporaryName(e.path().filename().string()) ||
+    EXPECT_FALSE(os::IsTemporaryName(e.path().filename().string()) ||
                  e.path().string().find(".journal") != std::string::npos) << e.path();
   EXPECT_EQ(Stages(trail, ids), done);
 }

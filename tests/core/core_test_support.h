@@ -3,7 +3,7 @@
 #include <string>
 
 #include "core/context.h"
-#include "platform/clock.h"
+#include "os/clock.h"
 #include "support/runtime_folder.h"
 
 namespace velmora::testing {
@@ -12,7 +12,7 @@ namespace velmora::testing {
 class CoreFixture {
  public:
   explicit CoreFixture(const std::string& ini = RuntimeFolder::DefaultIni()) : folder(ini) {
-    platform::SetClockForTesting([] { return platform::LocalTime{2024, 2, 3, 9, 5, 7}; });
+    os::SetClockForTesting([] { return os::LocalTime{2024, 2, 3, 9, 5, 7}; });
     auto& c = core::ThreadContext();
     c.MessageLog = CLog{folder.Path("velmora.log"), 1, "Log envío/recepción mensajes con SOAP "};
     c.TraceLog = CLog{folder.Path("velmora.txt"), 0, "Log de trazas del "};
@@ -22,7 +22,7 @@ class CoreFixture {
     c.ResetAuditor();
   }
   ~CoreFixture() {
-    platform::SetClockForTesting({});
+    os::SetClockForTesting({});
     core::ThreadContext().MessageLog.Flags = 0;
     core::ThreadContext().TraceLog.Flags = 0;
     core::ThreadContext().ResetAuditor();

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "core_test_support.h"
-#include "platform/attributes.h"
+#include "os/attributes.h"
 
 namespace velmora {
 namespace {
@@ -43,7 +43,7 @@ TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
   CFileAdmin files;
   EXPECT_FALSE(files.ExistResponseFile("ID1", fldReceived));
   f.folder.Write("Recibidos/ID1.xml", "<r/>");
-  platform::SetAttributes(f.folder.Path("Recibidos/ID1.xml"), platform::kAttrHidden, "t");
+  os::SetAttributes(f.folder.Path("Recibidos/ID1.xml"), os::kAttrHidden, "t");
   EXPECT_TRUE(files.ExistResponseFile("ID1", fldReceived));
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.ExistResponseFile:(2)"));
   EXPECT_FALSE(files.ExistResponseFile("ID1", fldSended));
@@ -57,7 +57,7 @@ TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.DeleteFromReceived: Vamos a borrar el fichero de recibidos " +
                        f.folder.Root() + "Recibidos/NADA.xml"));
   f.folder.Write("Enviados/ID2.xml", "<p/>");
-  platform::SetAttributes(f.folder.Path("Enviados/ID2.xml"), platform::kAttrHidden | platform::kAttrReadOnly, "t");
+  os::SetAttributes(f.folder.Path("Enviados/ID2.xml"), os::kAttrHidden | os::kAttrReadOnly, "t");
   EXPECT_TRUE(files.DeleteFromSended("ID2"));
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Enviados/ID2.xml")));
 }
@@ -66,7 +66,7 @@ TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
   CoreFixture f;
   CFileAdmin files;
   f.folder.Write("Recibidos/ID3.xml", "<late/>");
-  platform::SetAttributes(f.folder.Path("Recibidos/ID3.xml"), platform::kAttrReadOnly, "t");
+  os::SetAttributes(f.folder.Path("Recibidos/ID3.xml"), os::kAttrReadOnly, "t");
   f.folder.Write("Retrasados/ID3.xml", "old");
   EXPECT_TRUE(files.MoveToDelayed(f.folder.Path("Recibidos"), "ID3.xml"));
   EXPECT_EQ(f.folder.Read("Retrasados/ID3.xml"), "<late/>");

@@ -5,8 +5,8 @@
 #include <map>
 
 #include "../interface/interface_fixture.h"
-#include "platform/profile.h"
-#include "test_processes.h"
+#include "ini/profile.h"
+#include "support/test_processes.h"
 #include "velmora/interface.h"
 #include "velmora/velmora.h"
 
@@ -112,13 +112,13 @@ TEST(Pending, FallbackAnswersAreListedResentOnceEachAndConfirmed) {
   for (const std::string id : {"RX1", "RX2", "RX3", "MD__RXB"}) {
     EXPECT_EQ(Sent(sim, id == "MD__RXB" ? "RXB" : id), 1) << id;
     EXPECT_FALSE(f.Exists("Pendientes/" + id + ".xml")) << id;
-    EXPECT_EQ(platform::ReadProfileString(audit, id, "CONFIRMADA"), "srv") << id;
+    EXPECT_EQ(ini::ReadProfileString(audit, id, "CONFIRMADA"), "srv") << id;
   }
-  EXPECT_EQ(platform::ReadProfileString(audit, "RX2", "REENVIOS"), "1");
+  EXPECT_EQ(ini::ReadProfileString(audit, "RX2", "REENVIOS"), "1");
 
   // The host has read the late rejection.
   EXPECT_EQ(Cli(f, {"ack", "RXLATE"}).first, 0);
-  EXPECT_EQ(platform::ReadProfileString(audit, "RXLATE", "CONFIRMADA"), "ret");
+  EXPECT_EQ(ini::ReadProfileString(audit, "RXLATE", "CONFIRMADA"), "ret");
   EXPECT_EQ(Cli(f, {"pending", "--json"}), std::make_pair(0, std::string("{\"pending\":[]}\n")));
   EXPECT_EQ(Sent(sim, "RXLATE"), 1);
 }

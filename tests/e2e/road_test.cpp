@@ -12,12 +12,12 @@
 #include <thread>
 
 #include "../interface/interface_fixture.h"
-#include "platform/attributes.h"
-#include "platform/paths.h"
-#include "platform/profile.h"
-#include "platform/profile_trail.h"
+#include "os/attributes.h"
+#include "os/paths.h"
+#include "ini/profile.h"
+#include "audit/trail_store.h"
 #include "support/font_test_env.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 #include "velmora/interface.h"
 
 namespace velmora {
@@ -69,10 +69,10 @@ TEST(Road, AcceptedDispensationComesBackFromTheService) {
   // Both processes left their marks in one audit record and the counters moved.
   const std::string audit = f.folder.Path("Auditoria/audit.log");
   for (const char* key : {"PETICION_GENERADA", "MENSAJE_ENVIADO", "MENSAJE_RECIBIDO"})
-    EXPECT_EQ(platform::ReadProfileString(audit, "RX001", key), "Si") << key;
-  EXPECT_EQ(platform::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "srv");
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1");
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Recibidos"), "1");
+    EXPECT_EQ(ini::ReadProfileString(audit, "RX001", key), "Si") << key;
+  EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "srv");
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1");
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Recibidos"), "1");
   EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));
   EXPECT_FALSE(f.Exists("Recibidos/RX001.xml"));
 }
@@ -130,7 +130,7 @@ TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
   EXPECT_FALSE(f.LogHas("CAuditor.Save:(70)")) << f.Log();
   holder.reset();
   std::optional<std::string> record;
-  ASSERT_TRUE(platform::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record));
+  ASSERT_TRUE(audit::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record));
   ASSERT_TRUE(record.has_value());
   EXPECT_NE(record->find("PETICION_GENERADA=Si"), std::string::npos) << *record;
   EXPECT_NE(record->find("RESPUESTA_GENERADA="), std::string::npos) << *record;
@@ -160,7 +160,7 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
     c.viewer ? setenv("VELMORA_PDF_VIEWER", c.viewer, 1) : unsetenv("VELMORA_PDF_VIEWER");
     setenv("DISPLAY", ":0", 1);
     if (!c.home) unsetenv("HOME"), unsetenv("XDG_DATA_HOME");
-    if (!c.accountHome) platform::SetAccountHomeForTesting([] { return std::string(); });
+    if (!c.accountHome) os::SetAccountHomeForTesting([] { return std::string(); });
     CInterface iface;
     Finish finish;
     Watch(iface, finish);
@@ -226,7 +226,7 @@ TEST(Road, LateAnswerWithADefaultFileGivesTheDefaultThenGoesAside) {
   EXPECT_EQ(finish.type, rspDefault);
   EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "7777");
   EXPECT_TRUE(testing::WaitFor([&] { return f.Exists("Retrasados/RX001.xml"); }, std::chrono::seconds(20)));
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"), "xml");
 }
 
 TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
@@ -452,7 +452,7 @@ TEST(Counter, ServiceTextsAndStaleAnswers) {
   {
     InterfaceFixture f(Ini(sim));
     f.folder.Write("Recibidos/RX001.xml", "<RespuestaPeticion><codigoAviso><i>0000</i></codigoAviso></RespuestaPeticion>");
-    platform::SetAttributes(f.folder.Path("Recibidos/RX001.xml"), platform::kAttrHidden, "t");
+    os::SetAttributes(f.folder.Path("Recibidos/RX001.xml"), os::kAttrHidden, "t");
     CInterface iface;
     EXPECT_FALSE(Dispense(iface, "sim:rejected")->DispensacionRealizada());
     EXPECT_TRUE(f.Exists("Retrasados/RX001.xml"));

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/attributes.h"
-#include "platform/profile.h"
-#include "platform/xml/xml.h"
+#include "os/attributes.h"
+#include "ini/profile.h"
+#include "xml/xml.h"
 #include "support/runtime_folder.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 
 namespace velmora::testing {
 namespace {
@@ -75,12 +75,12 @@ Keys ProxyOn(const std::string& usar, const std::string& port, const std::string
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 std::string Counter(RuntimeFolder& folder, const char* key) {
-  return platform::ReadProfileString(folder.Path("velmora.ini"), "MensajeSOAP", key);
+  return ini::ReadProfileString(folder.Path("velmora.ini"), "MensajeSOAP", key);
 }
 
 // The element texts of the saved response, in document order, as "name=text" for leaves.
 std::string Leaves(const std::string& path) {
-  platform::xml::Document doc;
+  xml::Document doc;
   if (!doc.Load(path)) return "<not loadable>";
   std::string out;
   for (pugi::xpath_node n : doc.Raw()->select_nodes("//*[not(*)]"))
@@ -121,7 +121,7 @@ TEST(ExecutorProcess, EverySingleScenario) {
     EXPECT_EQ(Has(out.audit, "MENSAJE_RECIBIDO=Si"), std::string(c.scenario) == "noreturn" || c.written);
     EXPECT_EQ(Counter(folder, "Recibidos"), c.received);
     if (c.written) {
-      EXPECT_EQ(platform::GetAttributes(response, "test"), platform::kAttrHidden);
+      EXPECT_EQ(os::GetAttributes(response, "test"), os::kAttrHidden);
       EXPECT_TRUE(Has(Leaves(response), c.fileHas)) << Leaves(response);
       EXPECT_EQ(Counter(folder, "Enviados"), "1");
       for (const char* line : {"SolicitudDispensacion:Recibiendo mensaje SOAP 'RespuestaPeticion' \r\n",
@@ -144,7 +144,7 @@ TEST(ExecutorProcess, BatchScenariosAndTheBatchTexts) {
     Outcome out = Exchange(folder, id, BatchBody({"sim:batch-rejected", "600001", "600002"}), true);
     ASSERT_EQ(out.exitCode, 0) << out.log;
     const std::string response = folder.Path("Recibidos/" + id + ".xml");
-    EXPECT_EQ(platform::GetAttributes(response, "test"), platform::kAttrHidden);
+    EXPECT_EQ(os::GetAttributes(response, "test"), os::kAttrHidden);
     EXPECT_EQ(Leaves(response),
               "ResultResp=1;CodResp=0000;DescResp=Dispensación realizada;CodDisp=sim:batch-rejected;TipResp=0;"
               "CodResp=2001;DescResp=Dispensación rechazada: receta ya dispensada;CodDisp=600001;TipResp=1;"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "support/runtime_folder.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 
 namespace velmora::testing {
 namespace {

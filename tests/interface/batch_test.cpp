@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "interface_fixture.h"
-#include "platform/attributes.h"
+#include "os/attributes.h"
 #include "velmora/interface.h"
 
 namespace velmora {
@@ -76,7 +76,7 @@ TEST(Batch, HiddenAnswerArrivesAndLosesItsMark) {
   EXPECT_FALSE(response->DispensacionRealizada());
   ASSERT_EQ(response->ResultadoDispensacion().Count(), 1u);
   EXPECT_EQ(response->ResultadoDispensacion().Item(1)->Description, "Rechazada");
-  EXPECT_EQ(platform::GetAttributes(f.folder.Path("Recibidos/" + id + ".xml"), "t"), platform::kAttrArchive);
+  EXPECT_EQ(os::GetAttributes(f.folder.Path("Recibidos/" + id + ".xml"), "t"), os::kAttrArchive);
   EXPECT_EQ(ErrorNumbers(iface.Errores()), "");
 }
 

@@ -3,8 +3,8 @@
 #include <thread>
 
 #include "interface_fixture.h"
-#include "platform/attributes.h"
-#include "platform/profile.h"
+#include "os/attributes.h"
+#include "ini/profile.h"
 #include "velmora/interface.h"
 
 namespace velmora {
@@ -54,8 +54,8 @@ TEST(Dispensation, NoAnswerAndNoDefaultGivesTheInternalResponse) {
   // The wait's last look found nothing and said so.
   EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(53)No se encontró el archivo"));
   const std::string audit = f.folder.Path("Auditoria/audit.log");
-  EXPECT_EQ(platform::ReadProfileString(audit, "RX001", "PETICION_GENERADA"), "Si");
-  EXPECT_EQ(platform::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "int");
+  EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "PETICION_GENERADA"), "Si");
+  EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "int");
   EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));  // EliminarXMLPeticion=1
 }
 
@@ -78,7 +78,7 @@ TEST(Dispensation, AnswerArrivingDuringTheWaitIsTakenStaleOneIsNot) {
     EXPECT_EQ(response->m_intNAvisos, 1);
     EXPECT_FALSE(f.Exists("Recibidos/RX001.xml"));  // EliminarXMLRespuesta=1
     EXPECT_TRUE(f.Exists("Retrasados/RX001.xml"));
-    EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"),
+    EXPECT_EQ(ini::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"),
               waits ? "srv" : "int");
     EXPECT_EQ(f.LogHas("dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32\r\n"), !hidden);
   }
@@ -104,7 +104,7 @@ TEST(Dispensation, BlankIdentifierIsMadeAndNamesEverything) {
   auto response = iface.SolicitudDispensacion(request);
   EXPECT_EQ(request.IDPrescripcion, "ITPF148F1U1T1240203090507");
   EXPECT_TRUE(f.Exists("Enviados/ITPF148F1U1T1240203090507.xml"));
-  EXPECT_EQ(platform::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "ITPF148F1U1T1240203090507",
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "ITPF148F1U1T1240203090507",
                                         "PETICION_GENERADA"),
             "Si");
 }

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "core/context.h"
-#include "platform/attributes.h"
-#include "platform/clock.h"
+#include "os/attributes.h"
+#include "os/clock.h"
 #include "support/runtime_folder.h"
 #include "velmora/messages.h"
 
@@ -27,12 +27,12 @@ class InterfaceFixture {
  public:
   explicit InterfaceFixture(const std::string& ini = RuntimeFolder::DefaultIni(), bool withExecutor = true)
       : folder(ini) {
-    platform::SetClockForTesting([] { return platform::LocalTime{2024, 2, 3, 9, 5, 7}; });
+    os::SetClockForTesting([] { return os::LocalTime{2024, 2, 3, 9, 5, 7}; });
     core::ThreadContext().Errors = CError();
     core::ThreadContext().ResetAuditor();
     if (withExecutor) std::filesystem::create_symlink(VELMORA_EXECUTOR, folder.Path("executor.exe"));
   }
-  ~InterfaceFixture() { platform::SetClockForTesting({}); }
+  ~InterfaceFixture() { os::SetClockForTesting({}); }
 
   std::string Log() const { return folder.Read("velmora.log"); }
   bool LogHas(const std::string& text) const { return Log().find(text) != std::string::npos; }
@@ -44,7 +44,7 @@ class InterfaceFixture {
     iface.OnIdle = [this, id, content, hidden, done = false]() mutable {
       if (std::exchange(done, true)) return;
       folder.Write("Recibidos/" + id + ".xml", content);
-      if (hidden) platform::SetAttributes(folder.Path("Recibidos/" + id + ".xml"), platform::kAttrHidden, "t");
+      if (hidden) os::SetAttributes(folder.Path("Recibidos/" + id + ".xml"), os::kAttrHidden, "t");
     };
   }
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "core/context.h"
-#include "platform/clock.h"
+#include "os/clock.h"
 #include "support/runtime_folder.h"
 #include "velmora/core.h"
 
@@ -19,7 +19,7 @@ class MessagesTest : public ::testing::Test {
   explicit MessagesTest(const std::string& ini = RuntimeFolder::DefaultIni()) : folder_(ini) {}
 
   void SetUp() override {
-    platform::SetClockForTesting([] { return platform::LocalTime{2024, 2, 3, 9, 5, 7}; });
+    os::SetClockForTesting([] { return os::LocalTime{2024, 2, 3, 9, 5, 7}; });
     auto& ctx = core::ThreadContext();
     ctx.Config.IniFile = CFileAdmin().IniFilePath();
     if (!folder_.Read("velmora.ini").empty()) ctx.Config.LoadIni();
@@ -30,7 +30,7 @@ class MessagesTest : public ::testing::Test {
     ctx.Errors.Errores().Clear();
   }
   void TearDown() override {
-    platform::SetClockForTesting({});
+    os::SetClockForTesting({});
     auto& ctx = core::ThreadContext();
     ctx.MessageLog.Flags = 0;
     ctx.EsquemaXML = kDefaultEsquemaXML;

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "fixture.h"
-#include "platform/files.h"
-#include "platform/xml/xml.h"
+#include "os/files.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 namespace velmora::testing {
@@ -139,7 +139,7 @@ TEST_F(ListadoTest, BatchBodyTakesPharmacyAndUserFromTheFirstItem) {
   const std::string path = folder_.Path("Enviados/MD__RX1.xml");
   ASSERT_TRUE(batch.ToXMLFile(path));
   EXPECT_TRUE(LogHas("CListadoDispensaciones.ToXML:Generando archivo " + path + " con la petición de la dispensación"));
-  platform::xml::Document doc;
+  xml::Document doc;
   ASSERT_TRUE(doc.Load(path));
   EXPECT_EQ(doc.ChildNodes().length(), 7u);
   EXPECT_FALSE(batch.FromXMLFile(path));
@@ -158,7 +158,7 @@ TEST_F(ListadoTest, EmptyBatchReports32014AndMarkupIsEscaped) {
   const std::string path = folder_.Path("Enviados/empty.xml");
   EXPECT_FALSE(batch.ToXMLFile(path));
   EXPECT_EQ(LastErrorNumber(), 32003);
-  EXPECT_FALSE(platform::PathExists(path));
+  EXPECT_FALSE(os::PathExists(path));
 
   CPeticionDispensacion markup = Request("RX1");
   markup.Lector = "A&B";

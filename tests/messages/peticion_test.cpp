@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "fixture.h"
-#include "platform/files.h"
-#include "platform/xml/xml.h"
+#include "os/files.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 namespace velmora::testing {
@@ -172,8 +172,8 @@ TEST_F(PeticionTest, ToXMLFileSavesTheParsedBodyPrivately) {
   EXPECT_EQ(events, (std::vector<std::string>{"before", "end"}));
   EXPECT_TRUE(LogHas("CPeticionDispensacion.ToXML:Generando archivo " + path + " con la petición de la dispensación"));
   EXPECT_TRUE(LogHas("CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase"));
-  EXPECT_FALSE(platform::PathExists(folder_.Path("velmora.xml")));
-  platform::xml::Document doc;
+  EXPECT_FALSE(os::PathExists(folder_.Path("velmora.xml")));
+  xml::Document doc;
   ASSERT_TRUE(doc.Load(path));
   XmlNodeList nodes = doc.ChildNodes();
   ASSERT_EQ(nodes.length(), 13u);
@@ -192,7 +192,7 @@ TEST_F(PeticionTest, MarkupInValuesIsEscapedAndReadsBackAsText) {
     p.ClaveUsuario = value;
     const std::string path = folder_.Path("Enviados/markup.xml");
     ASSERT_TRUE(p.ToXMLFile(path)) << value;
-    platform::xml::Document doc;
+    xml::Document doc;
     ASSERT_TRUE(doc.Load(path)) << value;
     ASSERT_EQ(doc.ChildNodes().length(), 13u) << value;
     EXPECT_EQ(doc.ChildNodes().Item(7).nodeTypedValue(), value);

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "fixture.h"
-#include "platform/files.h"
-#include "platform/xml/xml.h"
+#include "os/files.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 namespace velmora::testing {
@@ -42,7 +42,7 @@ TEST_F(RespDispensacionesTest, AcceptedBatchDoesNotReadTheRows) {
 
 TEST_F(RespDispensacionesTest, RescanRules) {
   CRespDispensaciones none;
-  platform::xml::Document doc;
+  xml::Document doc;
   ASSERT_TRUE(doc.LoadXml("<R><ResultResp>7</ResultResp></R>"));
   ASSERT_TRUE(none.IObject_FromXML(doc.ChildNodes()));
   EXPECT_EQ(none.ResultadoDispensacion().Count(), 0u);

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "fixture.h"
-#include "platform/files.h"
-#include "platform/xml/xml.h"
+#include "os/files.h"
+#include "xml/xml.h"
 #include "velmora/messages.h"
 
 namespace velmora::testing {

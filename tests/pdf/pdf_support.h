@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "platform/clock.h"
+#include "os/clock.h"
 
 namespace velmora::testing {
 
 // The fixed moment every PDF test stamps: 5 March 2024, 14:07:09.
-inline constexpr platform::LocalTime kTestTime{2024, 3, 5, 14, 7, 9};
+inline constexpr os::LocalTime kTestTime{2024, 3, 5, 14, 7, 9};
 
 // Pins the clock for the life of the object.
 class FixedClock {
  public:
-  FixedClock() { platform::SetClockForTesting([] { return kTestTime; }); }
-  ~FixedClock() { platform::SetClockForTesting({}); }
+  FixedClock() { os::SetClockForTesting([] { return kTestTime; }); }
+  ~FixedClock() { os::SetClockForTesting({}); }
 };
 
 std::string AsString(const std::vector<uint8_t>& bytes);

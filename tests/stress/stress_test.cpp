@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/profile.h"
+#include "ini/profile.h"
 #include "support/runtime_folder.h"
-#include "test_processes.h"
+#include "support/test_processes.h"
 
 namespace velmora {
 namespace {
@@ -77,21 +77,21 @@ TEST(Stress, FourTillsTwoThreadsEachLoseAndMixNothing) {
             << id;
       }
       const std::string audit = folder.Path("Auditoria/audit.log");
-      EXPECT_NE(platform::ReadProfileString(audit, id, "FECHA_ENVIO"), "") << id;
+      EXPECT_NE(ini::ReadProfileString(audit, id, "FECHA_ENVIO"), "") << id;
       for (const char* key : {"PETICION_GENERADA", "MENSAJE_ENVIADO", "MENSAJE_RECIBIDO"})
-        EXPECT_EQ(platform::ReadProfileString(audit, id, key), "Si") << id << " " << key;
-      EXPECT_EQ(platform::ReadProfileString(audit, id, "RESPUESTA_GENERADA"),
+        EXPECT_EQ(ini::ReadProfileString(audit, id, key), "Si") << id << " " << key;
+      EXPECT_EQ(ini::ReadProfileString(audit, id, "RESPUESTA_GENERADA"),
                 a->second[0] == "sim:slow-3" ? "int" : "srv")
           << id;
-      EXPECT_EQ(platform::ReadProfileString(audit, id, "TEXTO_RESPUESTA", "missing"), "") << id;
+      EXPECT_EQ(ini::ReadProfileString(audit, id, "TEXTO_RESPUESTA", "missing"), "") << id;
     }
   }
   EXPECT_EQ(answers, kRequests);
   EXPECT_GT(late, 0);
   // Every executor, late ones included, has counted its request and its answer.
   const std::string iniPath = folder.Path("velmora.ini");
-  EXPECT_EQ(platform::ReadProfileString(iniPath, "MensajeSOAP", "Enviados"), std::to_string(kRequests));
-  EXPECT_EQ(platform::ReadProfileString(iniPath, "MensajeSOAP", "Recibidos"), std::to_string(kRequests));
+  EXPECT_EQ(ini::ReadProfileString(iniPath, "MensajeSOAP", "Enviados"), std::to_string(kRequests));
+  EXPECT_EQ(ini::ReadProfileString(iniPath, "MensajeSOAP", "Recibidos"), std::to_string(kRequests));
   EXPECT_TRUE(std::filesystem::is_empty(folder.Path("Recibidos")));
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "platform/paths.h"
+#include "os/paths.h"
 
 namespace velmora::testing {
 
@@ -37,7 +37,7 @@ class FontTestEnvironment {
     PinAccountHome();
   }
   // With HOME unset the fonts folder falls back to the account's home: a folder of this setup.
-  void PinAccountHome() const { platform::SetAccountHomeForTesting([home = root_ + "/account"] { return home; }); }
+  void PinAccountHome() const { os::SetAccountHomeForTesting([home = root_ + "/account"] { return home; }); }
   ~FontTestEnvironment() {
     std::error_code ec;
     std::filesystem::remove_all(root_, ec);

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <fstream>
 
-#include "platform/attributes.h"
-#include "platform/vbconv.h"
+#include "os/attributes.h"
+#include "vbcompat/vbconv.h"
 #include "status.h"
 #include "velmora/executor.h"
 
@@ -73,11 +73,11 @@ std::string Converted(Kind kind, const std::string& raw) {
   switch (kind) {
     case Kind::kText: return "\"" + raw + "\"";
     case Kind::kSecret: return raw.empty() ? "(empty)" : "(set)";
-    case Kind::kInt16: return std::to_string(platform::ToInt16(raw, kSource));
-    case Kind::kInt32: return std::to_string(platform::ToInt32(raw, kSource));
-    case Kind::kNumber: return std::to_string(platform::RoundToInt32(platform::Val(raw, kSource), kSource));
+    case Kind::kInt16: return std::to_string(vb::ToInt16(raw, kSource));
+    case Kind::kInt32: return std::to_string(vb::ToInt32(raw, kSource));
+    case Kind::kNumber: return std::to_string(vb::RoundToInt32(vb::Val(raw, kSource), kSource));
     case Kind::kOptionalInt:
-      return platform::IsNumeric(raw) ? std::to_string(platform::ToInt32(raw, kSource)) : "\"" + raw + "\" (not used)";
+      return vb::IsNumeric(raw) ? std::to_string(vb::ToInt32(raw, kSource)) : "\"" + raw + "\" (not used)";
     case Kind::kFile:
       if (!raw.empty() && !std::ifstream(raw)) throw std::runtime_error("cannot read the file \"" + raw + "\"");
       return "\"" + raw + "\"";
@@ -165,8 +165,8 @@ Check AttributesCheck(const std::string& received, const std::string& root) {
     return check;
   }
   try {
-    platform::SetAttributes(probe, platform::kAttrHidden, "velmora status");
-    check.passed = platform::GetAttributes(probe, "velmora status") == platform::kAttrHidden;
+    os::SetAttributes(probe, os::kAttrHidden, "velmora status");
+    check.passed = os::GetAttributes(probe, "velmora status") == os::kAttrHidden;
     if (!check.passed) check.detail += ": the mark does not read back";
   } catch (const Error& e) {
     check.detail += ": " + e.Description + " (mount it with user extended attributes)";
@@ -200,7 +200,7 @@ std::vector<Check> RunChecks() {
   if (iniThere) {
     bool proxyInUse = false;
     try {
-      proxyInUse = platform::ToInt16(GetPrivateProfileStringEx(ini, "Proxy", "UtilizarProxy"), "velmora status") > 0;
+      proxyInUse = vb::ToInt16(GetPrivateProfileStringEx(ini, "Proxy", "UtilizarProxy"), "velmora status") > 0;
     } catch (const Error&) {
       // Reported on its own line below.
     }
