@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "barcode/code128_compact.h"
+#include "barcode/modules.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
 

@@ -8,6 +8,7 @@
 
 namespace velmora {
 
+// Only the members defined with the receipt (see BarCode128) name these.
 class cPDF;
 class cFont;
 
@@ -40,7 +41,9 @@ class VELMORA_API colC128 {
 };
 
 // The Code 128 encoder: the width pattern that the receipt draws, and the text for a Code 128
-// font.
+// font. The members that take the PDF writer (GenerarBarras, GenerarBarrasImpresora,
+// PonerFuente) are defined with the receipt, in src/receipt/generar_barras.cpp: the encoder
+// makes modules, and putting them on a page or on paper is the receipt's.
 class VELMORA_API BarCode128 {
  public:
   BarCode128();

@@ -25,6 +25,7 @@
 
 namespace velmora {
 
+// Named only by cPDF's receipt members below, which the receipt defines.
 class CListadoDispensaciones;
 class BarCode128;
 class cPDF417;
@@ -269,7 +270,8 @@ class VELMORA_API cPDF {
   cPaginas Paginas;
   cOutlines Outlines;
 
-  // Encoders the receipt draws with.
+  // Encoders the receipt draws with: set and used by mostrarPDF only (src/receipt); the writer
+  // itself never touches them.
   std::shared_ptr<BarCode128> code128;
   std::shared_ptr<cPDF417> codepdf417;
 
@@ -360,7 +362,10 @@ class VELMORA_API cPDF {
   void CreaBloque(const std::string& Name, const std::string& Archivo);
   void WBloque(const std::string& Name);
 
-  // --- the dispensation receipt (implemented with the receipt) ---------------------------
+  // --- the dispensation receipt ---------------------------------------------------------
+  // A member because callers have always called it on the writer, but not the writer's: it is
+  // defined in the receipt room (src/receipt/mostrar_pdf.cpp), with the bar codes it draws.
+  // Writes <runtime folder>/velmora.pdf for the batch and shows it.
   void mostrarPDF(CListadoDispensaciones& objListado);
 
  private:

@@ -1,4 +1,4 @@
-#include "barcode/code128_compact.h"
+#include "barcode/modules.h"
 
 #include <vector>
 

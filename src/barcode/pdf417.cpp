@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "barcode/pdf417_rows.h"
+#include "barcode/modules.h"
 #include "vbcompat/text.h"
 
 namespace velmora {

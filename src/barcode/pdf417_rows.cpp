@@ -1,4 +1,4 @@
-#include "barcode/pdf417_rows.h"
+#include "barcode/modules.h"
 
 namespace velmora::barcode {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "barcode/embedded_resources.h"
+#include "barcode/modules.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "velmora/barcode.h"

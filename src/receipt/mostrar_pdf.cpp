@@ -1,15 +1,17 @@
+// The dispensation receipt. cPDF::mostrarPDF is declared in the PDF writer's public header,
+// because callers have always called it on the writer, but it is the receipt: the writer itself
+// draws no bar code and knows no batch.
 #include "velmora/pdf.h"
 
 #include <algorithm>
 #include <cstdint>
 
-#include "barcode/code128_bars.h"
-#include "barcode/code128_compact.h"
-#include "barcode/embedded_resources.h"
+#include "barcode/modules.h"
 #include "core/context.h"
 #include "os/paths.h"
 #include "receipt/barcode_font_setup.h"
 #include "receipt/data_text.h"
+#include "receipt/draw_bars.h"
 #include "receipt/logo.h"
 #include "velmora/barcode.h"
 #include "velmora/messages.h"
@@ -50,7 +52,7 @@ FittedBars FitCode128(const std::string& pattern, const std::string& text, doubl
 }
 
 void DrawFitted(cPDF& pdf, const FittedBars& bars, double top, double left, double height) {
-  barcode::DrawCode128Bars(pdf, bars.pattern, top, left, bars.module, height);
+  receipt::DrawCode128Bars(pdf, bars.pattern, top, left, bars.module, height);
 }
 
 void Rule(cPDF& pdf, double y) {

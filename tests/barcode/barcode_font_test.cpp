@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "barcode/embedded_resources.h"
+#include "barcode/modules.h"
 
 namespace velmora {
 namespace {

@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 
-#include "pdf/pdf_fixture.h"
 #include "support/font_test_env.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
@@ -25,7 +25,16 @@ struct {
 
 const std::string kFontSource = std::string(VELMORA_SOURCE_DIR) + "/resources/";
 
-using testing::ErrorNumber;
+// The Error number `action` raises (its text into `text` when given); 0 when it raises nothing.
+int32_t ErrorNumber(const std::function<void()>& action, std::string* text = nullptr) {
+  try {
+    action();
+  } catch (const Error& e) {
+    if (text) *text = e.Description;
+    return e.Number;
+  }
+  return 0;
+}
 
 bool FontconfigKnows(const char* family) {
   FcPattern* pattern = FcPatternBuild(nullptr, FC_FAMILY, FcTypeString, family, nullptr);

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "barcode/pdf417_rows.h"
+#include "barcode/modules.h"
 #include "velmora/barcode.h"
 
 namespace velmora {

@@ -24,7 +24,7 @@ ALLOWED = {
     "executor": {"platform", "core", "messages", "executor"},
     "interface": {"platform", "core", "messages", "interface", "pdf", "barcode", "receipt"},
     "pdf": {"platform", "pdf"},
-    "barcode": {"platform", "pdf", "barcode"},
+    "barcode": {"platform", "barcode"},
     "receipt": {"platform", "core", "messages", "pdf", "barcode", "receipt"},
     "capi": {"platform", "core", "messages", "executor", "interface", "pdf", "barcode", "receipt", "capi"},
 }

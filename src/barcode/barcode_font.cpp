@@ -1,12 +1,10 @@
-#pragma once
+#include "barcode/modules.h"
 
 #include <cstddef>
-#include <cstdint>
-#include <span>
 
 namespace velmora::resources {
 
-// Defined by sources generated from resources/ at build time.
+// Defined by the source generated from resources/code_pdf417.ttf at build time.
 extern const unsigned char kCodePdf417Font[];
 extern const std::size_t kCodePdf417FontSize;
 
@@ -14,8 +12,7 @@ extern const std::size_t kCodePdf417FontSize;
 
 namespace velmora::barcode {
 
-// The "Code PDF417" TrueType font the receipt draws its symbols with.
-inline std::span<const uint8_t> BarcodeFontBytes() {
+std::span<const uint8_t> BarcodeFontBytes() {
   return {resources::kCodePdf417Font, resources::kCodePdf417FontSize};
 }
 

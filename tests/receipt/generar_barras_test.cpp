@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <string>
 
-#include "barcode/print_spooler.h"
 #include "pdf/pdf_support.h"
+#include "receipt/print_spooler.h"
 #include "support/runtime_folder.h"
 #include "velmora/barcode.h"
 #include "velmora/pdf.h"
@@ -65,7 +65,7 @@ TEST_F(GenerarBarrasTest, PrinterGetsAOnePageDocument) {
   }
   setenv("VELMORA_PRINTER_PROGRAM", "hung-lp", 1);
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_FALSE(barcode::SpoolToPrinter(folder_.Path("any.pdf"), std::chrono::milliseconds(300)));
+  EXPECT_FALSE(receipt::SpoolToPrinter(folder_.Path("any.pdf"), std::chrono::milliseconds(300)));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   setenv("PATH", path.c_str(), 1);
 }

@@ -6,14 +6,11 @@ namespace velmora {
 class cPDF;
 }
 
-namespace velmora::barcode {
+namespace velmora::receipt {
 
-// Number of modules a width pattern stands for.
-int PatternModules(const std::string& pattern);
-
-// Draws a width pattern (bar first, as BarCode128::Barras gives it) on the open page, modules
-// `module` points wide, from `top` down by `height`; positions are points from the page's
-// top-left corner. Returns the symbol's width in points.
+// Draws a Code 128 width pattern (bar first, as BarCode128::Barras gives it) on the open page,
+// modules `module` points wide, from `top` down by `height`; positions are points from the
+// page's top-left corner. Returns the symbol's width in points.
 //
 // Each bar is one vertical stroke as wide as the bar, centred on it. Strokes of one module each
 // would tile the bar on paper, but renderers snap thin strokes to device pixels and leave
@@ -21,4 +18,4 @@ int PatternModules(const std::string& pattern);
 double DrawCode128Bars(cPDF& pdf, const std::string& pattern, double top, double left,
                        double module, double height);
 
-}  // namespace velmora::barcode
+}  // namespace velmora::receipt

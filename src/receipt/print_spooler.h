@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-namespace velmora::barcode {
+namespace velmora::receipt {
 
 // How long the spooler may take to accept a file before the print counts as failed.
 inline constexpr std::chrono::milliseconds kSpoolerWait{20000};
@@ -14,4 +14,4 @@ inline constexpr std::chrono::milliseconds kSpoolerWait{20000};
 // spooler is stopped (with whatever it started) rather than left to hold the till.
 bool SpoolToPrinter(const std::string& file, std::chrono::milliseconds wait = kSpoolerWait);
 
-}  // namespace velmora::barcode
+}  // namespace velmora::receipt

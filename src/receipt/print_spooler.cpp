@@ -1,4 +1,4 @@
-#include "barcode/print_spooler.h"
+#include "receipt/print_spooler.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -17,7 +17,7 @@
 
 extern char** environ;
 
-namespace velmora::barcode {
+namespace velmora::receipt {
 namespace {
 
 // The child's exit status once it has ended, reaped; false while it runs.
@@ -86,4 +86,4 @@ bool SpoolToPrinter(const std::string& file, std::chrono::milliseconds wait) {
   return status >= 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-}  // namespace velmora::barcode
+}  // namespace velmora::receipt

@@ -1,12 +1,12 @@
-#include "barcode/code128_bars.h"
+#include "receipt/draw_bars.h"
 
 #include <charconv>
-#include <utility>
 #include <vector>
 
+#include "barcode/modules.h"
 #include "velmora/pdf.h"
 
-namespace velmora::barcode {
+namespace velmora::receipt {
 namespace {
 
 std::string Decimal(double value) {
@@ -17,41 +17,27 @@ std::string Decimal(double value) {
 
 }  // namespace
 
-int PatternModules(const std::string& pattern) {
-  int modules = 0;
-  for (const char c : pattern)
-    if (c >= '0' && c <= '9') modules += c - '0';
-  return modules;
-}
-
 double DrawCode128Bars(cPDF& pdf, const std::string& pattern, double top, double left,
                        double module, double height) {
-  // Bars are grouped by width: one line width per group, then one stroke per bar.
-  std::vector<std::pair<int, double>> bars;  // width in modules, centre x
-  int at = 0;
-  bool bar = true;
-  for (const char c : pattern) {
-    const int width = c >= '0' && c <= '9' ? c - '0' : 0;
-    if (bar && width > 0) bars.emplace_back(width, left + (at + width / 2.0) * module);
-    at += width;
-    bar = !bar;
-  }
+  const std::vector<barcode::Bar> bars = barcode::PatternBars(pattern);
   pdf.SaveGraphicState();
   pdf.SetColors(0, 0);
   pdf.SetLineFormat(1, ButtCap, MilterJoin, 0, "[]");
+  // Bars are grouped by width: one line width per group, then one stroke per bar.
   for (int width = 1; width <= 9; ++width) {
     bool any = false;
-    for (const auto& [w, x] : bars) {
-      if (w != width) continue;
+    for (const barcode::Bar& b : bars) {
+      if (b.width != width) continue;
       // The writer's own line width is whole points; a bar is a fraction of one.
       if (!any) pdf.WCode(Decimal(width * module) + " w");
       any = true;
+      const double x = left + (b.start + b.width / 2.0) * module;
       pdf.WLineTo(x, top + height, x, top);
     }
     if (any) pdf.LineStroke();
   }
   pdf.RestoreGraphicState();
-  return at * module;
+  return barcode::PatternModules(pattern) * module;
 }
 
-}  // namespace velmora::barcode
+}  // namespace velmora::receipt

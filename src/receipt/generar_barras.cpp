@@ -1,3 +1,6 @@
+// The members of BarCode128 that put a symbol on a page or on paper. The class is the barcode
+// room's (include/velmora/barcode.h), but drawing and printing are the receipt's: the encoder
+// itself knows modules, not the PDF writer.
 #include "velmora/barcode.h"
 
 #include <stdlib.h>
@@ -6,8 +9,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "barcode/code128_bars.h"
-#include "barcode/print_spooler.h"
+#include "barcode/modules.h"
+#include "receipt/draw_bars.h"
+#include "receipt/print_spooler.h"
 #include "velmora/pdf.h"
 
 namespace velmora {
@@ -40,7 +44,7 @@ bool BarCode128::GenerarBarras(const std::string& Texto, cPDF& DC, int16_t Codif
   const double top = Y < 0 ? kMargin : Y;
   const double width = barcode::PatternModules(pattern) * module;
   const double height = Alto > 0 ? Alto : std::max(18.0, 0.15 * width);
-  barcode::DrawCode128Bars(DC, pattern, top, left, module, height);
+  receipt::DrawCode128Bars(DC, pattern, top, left, module, height);
   if (ImprimirTexto) {
     std::string font = fuente;
     if (font.empty()) {
@@ -71,7 +75,7 @@ bool BarCode128::GenerarBarrasImpresora(const std::string& Texto, int16_t Codifi
   const bool drawn = GenerarBarras(Texto, pdf, Codificación, X, Y, Densidad, Alto, ImprimirTexto,
                                    fuente, Tamaño);
   pdf.PDFClose();
-  return drawn && barcode::SpoolToPrinter(name);
+  return drawn && receipt::SpoolToPrinter(name);
 }
 
 bool BarCode128::PonerFuente(cFont& Objeto) {
