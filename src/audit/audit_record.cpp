@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/clock.h"
 #include "vbcompat/dates.h"
 #include "ini/profile_rules.h"
@@ -32,7 +33,8 @@ std::string AuditMark(const std::string& file, const std::string& id, const std:
 }
 
 std::string AuditTime(const std::string& file) {
-  const bool single = file.size() >= 9 && file.compare(file.size() - 9, 9, "audit.log") == 0;
+  const std::string_view trail = core::layout::kSingleTrail;
+  const bool single = file.size() >= trail.size() && file.compare(file.size() - trail.size(), trail.size(), trail) == 0;
   return vb::FormatDate(os::Now(), single ? "yy/mm/dd hh:mm:ss" : "hh:mm:ss");
 }
 

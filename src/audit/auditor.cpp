@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/clock.h"
 #include "vbcompat/dates.h"
 #include "errors/error_map.h"
@@ -60,9 +61,7 @@ std::string CAuditor::RecordFile(const std::string& id, const char* method) cons
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator(CFileAdmin().GetAuditorPath(), ec)) {
     const std::string name = entry.path().filename().string();
-    if (name.size() == 10 && name.compare(6, 4, ".log") == 0 &&
-        std::all_of(name.begin(), name.begin() + 6, [](char c) { return c >= '0' && c <= '9'; }))
-      days.push_back(entry.path().string());
+    if (core::layout::IsDailyTrail(name)) days.push_back(entry.path().string());
   }
   std::sort(days.rbegin(), days.rend());
   for (const auto& day : days)
@@ -73,8 +72,9 @@ std::string CAuditor::RecordFile(const std::string& id, const char* method) cons
 CAuditor::CAuditor() {
   const std::string folder = CFileAdmin().GetAuditorPath();
   // The day is fixed when the object is made: a session that runs past midnight keeps its file.
-  dailyPath_ = folder + vb::FormatDate(os::Now(), "yymmdd") + ".log";
-  singlePath_ = folder + "audit.log";
+  dailyPath_ = folder + vb::FormatDate(os::Now(), core::layout::kDailyTrailDate) +
+               std::string(core::layout::kDailyTrailExtension);
+  singlePath_ = folder + std::string(core::layout::kSingleTrail);
 }
 
 bool CAuditor::Save(const std::string& strIdPrescripcion, int32_t intAction, int32_t intResponse,

@@ -1,7 +1,5 @@
 #include "audit/trail_queue.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -11,7 +9,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "core/layout.h"
 #include "os/files.h"
+#include "os/process.h"
 
 namespace velmora::audit {
 
@@ -41,7 +41,7 @@ bool TakeText(std::string_view& in, std::string& text) {
   return true;
 }
 
-constexpr std::string_view kFolder = ".queue/";
+constexpr std::string_view kFolder = core::layout::kTrailQueueFolder;
 constexpr size_t kTimeDigits = 20;
 
 // Names sort in the order the changes were made: the clock, never allowed to step back within a
@@ -58,7 +58,7 @@ std::string NextName(const std::string& file) {
   now = std::max(now, seen + 1);
   char suffix[64];
   std::snprintf(suffix, sizeof suffix, "-%0*lld-%d-%llu", static_cast<int>(kTimeDigits), static_cast<long long>(now),
-                static_cast<int>(getpid()), static_cast<unsigned long long>(count++));
+                os::ProcessId(), static_cast<unsigned long long>(count++));
   return TrailQueueFolder(os::FolderOf(file)) + BaseName(file) + suffix;
 }
 
@@ -122,7 +122,7 @@ std::string TrailQueueFolder(const std::string& folder) { return folder + std::s
 std::optional<std::string> TrailOfQueuedChange(const std::string& path) {
   const std::string name = BaseName(path), folder = os::FolderOf(path);
   if (folder.size() < kFolder.size() || folder.compare(folder.size() - kFolder.size(), kFolder.size(), kFolder) != 0 ||
-      os::IsTemporaryName(name))
+      core::layout::IsTemporaryName(name))
     return std::nullopt;
   // "<trail>-<time>-<pid>-<n>": the time is the first run of its digits after a '-' that is
   // followed by two more '-' parts.

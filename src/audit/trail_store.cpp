@@ -1,8 +1,6 @@
 #include "audit/trail_store.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -10,6 +8,8 @@
 #include <map>
 #include <unordered_set>
 
+#include "core/layout.h"
+#include "os/file_io.h"
 #include "os/files.h"
 #include "ini/profile_rules.h"
 #include "audit/trail_queue.h"
@@ -36,55 +36,14 @@ struct Slot {
   uint64_t offset;  // where the section's header line starts
 };
 
-// Closes on every way out.
-class Fd {
- public:
-  explicit Fd(int fd = -1) : fd_(fd) {}
-  ~Fd() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
-
 uint64_t Hash(std::string_view text) {
   uint64_t h = 1469598103934665603ull;
   for (const char c : text) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
   return h ? h : 1;
 }
 
-bool ReadAt(int fd, void* buffer, size_t size, uint64_t offset) {
-  auto* p = static_cast<char*>(buffer);
-  while (size > 0) {
-    const ssize_t n = pread(fd, p, size, static_cast<off_t>(offset));
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      if (n == 0) errno = EIO;
-      return false;
-    }
-    p += n;
-    size -= static_cast<size_t>(n);
-    offset += static_cast<uint64_t>(n);
-  }
-  return true;
-}
-
-bool WriteAt(int fd, const void* buffer, size_t size, uint64_t offset) {
-  const auto* p = static_cast<const char*>(buffer);
-  while (size > 0) {
-    const ssize_t n = pwrite(fd, p, size, static_cast<off_t>(offset));
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    p += n;
-    size -= static_cast<size_t>(n);
-    offset += static_cast<uint64_t>(n);
-  }
-  return true;
-}
+using os::ReadAt;
+using os::WriteAt;
 
 std::string ReadRange(int fd, uint64_t from, uint64_t to) {
   std::string data(to > from ? to - from : 0, '\0');
@@ -92,10 +51,10 @@ std::string ReadRange(int fd, uint64_t from, uint64_t to) {
   return data;
 }
 
-std::string Sibling(const std::string& file, const char* suffix) {
+std::string Sibling(const std::string& file, std::string_view suffix) {
   const std::string folder = os::FolderOf(file);
   const auto slash = file.rfind('/');
-  return folder + "." + (slash == std::string::npos ? file : file.substr(slash + 1)) + suffix;
+  return folder + core::layout::HiddenCompanion(slash == std::string::npos ? file : file.substr(slash + 1), suffix);
 }
 
 // Calls f(offset, name) for each section header that starts a line in `data`, which lies at
@@ -136,13 +95,9 @@ class Trail {
       errno = lock_.Error();
       return false;
     }
-    fd_ = os::OpenRegular(file_, create ? O_RDWR | O_CREAT : O_RDWR);
-    if (fd_ < 0) return false;
+    fd_.reset(os::OpenRegular(file_, create ? O_RDWR | O_CREAT : O_RDWR));
+    if (!fd_.valid()) return false;
     return Recover();
-  }
-  ~Trail() {
-    if (fd_ >= 0) close(fd_);
-    if (index_ >= 0) close(index_);
   }
   Trail(const Trail&) = delete;
   Trail& operator=(const Trail&) = delete;
@@ -166,7 +121,7 @@ class Trail {
     const uint64_t size = Size();
     bool lineStart = true;
     for (uint64_t at = from; at < size;) {
-      const std::string chunk = ReadRange(fd_, at, std::min(size, at + 4096));
+      const std::string chunk = ReadRange(fd_.get(), at, std::min(size, at + 4096));
       if (chunk.empty()) break;
       std::optional<uint64_t> end;
       ForEachHeader(chunk, at, lineStart, [&](uint64_t off, const std::string&) {
@@ -179,12 +134,8 @@ class Trail {
     return size;
   }
 
-  uint64_t Size() const {
-    struct stat st{};
-    fstat(fd_, &st);
-    return static_cast<uint64_t>(st.st_size);
-  }
-  int fd() const { return fd_; }
+  uint64_t Size() const { return os::StatusOf(fd_.get()).value_or(os::FileStatus{}).size; }
+  int fd() const { return fd_.get(); }
   bool Locked() const { return lock_.Held(); }
 
   // Puts `bytes` at `offset` (through the journal) and leaves the file `newSize` long.
@@ -197,7 +148,7 @@ class Trail {
     const uint64_t sum = Hash(journal);
     journal.append(reinterpret_cast<const char*>(&sum), 8);
     {
-      Fd out(os::OpenRegular(TrailJournalPath(file_), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW));
+      os::Descriptor out(os::OpenRegular(TrailJournalPath(file_), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW));
       if (out.get() < 0 || !WriteAt(out.get(), journal.data(), journal.size(), 0)) return false;
     }
     return Apply(offset, bytes, newSize);
@@ -205,12 +156,10 @@ class Trail {
 
  private:
   bool Recover() {
-    Fd in(os::OpenRegular(TrailJournalPath(file_), O_RDONLY | O_NOFOLLOW));
+    os::Descriptor in(os::OpenRegular(TrailJournalPath(file_), O_RDONLY | O_NOFOLLOW));
     if (in.get() < 0 && errno != ENOENT) return false;
     if (in.get() >= 0) {
-      struct stat st{};
-      fstat(in.get(), &st);
-      const std::string journal = ReadRange(in.get(), 0, static_cast<uint64_t>(st.st_size));
+      const std::string journal = ReadRange(in.get(), 0, os::StatusOf(in.get()).value_or(os::FileStatus{}).size);
       uint64_t offset = 0, newSize = 0, length = 0, sum = 0;
       // A journal cut short was never acted on: the file is as it was before it.
       if (journal.size() >= 40 && journal.compare(0, 8, kJournalMagic, 8) == 0) {
@@ -226,19 +175,19 @@ class Trail {
           }
         }
       }
-      unlink(TrailJournalPath(file_).c_str());
+      os::RemoveFile(TrailJournalPath(file_));
     }
     return OpenIndex(true);
   }
 
   bool Apply(uint64_t offset, const std::string& bytes, uint64_t newSize) {
-    if (!WriteAt(fd_, bytes.data(), bytes.size(), offset)) return false;
-    if (Size() != newSize && ftruncate(fd_, static_cast<off_t>(newSize)) != 0) return false;
-    if (index_ >= 0) Reindex(offset, bytes);
-    if (index_ < 0 || !SaveHeader()) {
+    if (!WriteAt(fd_.get(), bytes.data(), bytes.size(), offset)) return false;
+    if (Size() != newSize && !os::Truncate(fd_.get(), newSize)) return false;
+    if (index_.valid()) Reindex(offset, bytes);
+    if (!index_.valid() || !SaveHeader()) {
       if (!Rebuild()) return false;
     }
-    unlink(TrailJournalPath(file_).c_str());
+    os::RemoveFile(TrailJournalPath(file_));
     return true;
   }
 
@@ -246,7 +195,7 @@ class Trail {
   // or gets a new one, unless an earlier section of the same name keeps the name.
   void Reindex(uint64_t offset, std::string_view bytes) {
     std::map<uint64_t, bool> touched;
-    const bool lineStart = bytes.empty() || LineStartsAt(fd_, offset, bytes[0]);
+    const bool lineStart = bytes.empty() || LineStartsAt(fd_.get(), offset, bytes[0]);
     ForEachHeader(bytes, offset, lineStart, [&](uint64_t at, const std::string& name) {
       const std::string folded = ini::FoldedName(name);
       const uint64_t h = Hash(folded);
@@ -277,7 +226,7 @@ class Trail {
     const uint64_t size = Size();
     if (offset >= size) return false;
     const size_t n = static_cast<size_t>(std::min<uint64_t>(sizeof buffer, size - offset));
-    if (!ReadAt(fd_, buffer, n, offset) || !LineStartsAt(fd_, offset, buffer[0])) return false;
+    if (!ReadAt(fd_.get(), buffer, n, offset) || !LineStartsAt(fd_.get(), offset, buffer[0])) return false;
     std::string_view line(buffer, n);
     line = line.substr(0, line.find_first_of("\r\n"));
     const auto name = ini::HeaderName(line);
@@ -286,45 +235,42 @@ class Trail {
 
   Slot SlotAt(uint64_t i) const {
     Slot slot{};
-    if (!ReadAt(index_, &slot, sizeof slot, sizeof(IndexHeader) + i * sizeof(Slot))) slot = Slot{};
+    if (!ReadAt(index_.get(), &slot, sizeof slot, sizeof(IndexHeader) + i * sizeof(Slot))) slot = Slot{};
     return slot;
   }
   void PutSlot(uint64_t i, const Slot& slot) const {
-    WriteAt(index_, &slot, sizeof slot, sizeof(IndexHeader) + i * sizeof(Slot));
+    WriteAt(index_.get(), &slot, sizeof slot, sizeof(IndexHeader) + i * sizeof(Slot));
   }
 
   void Sign(IndexHeader& header) const {
-    struct stat st{};
-    fstat(fd_, &st);
-    header.dev = st.st_dev;
-    header.ino = st.st_ino;
-    header.size = static_cast<uint64_t>(st.st_size);
-    header.mtimeSec = st.st_mtim.tv_sec;
-    header.mtimeNsec = st.st_mtim.tv_nsec;
+    const os::FileStatus st = os::StatusOf(fd_.get()).value_or(os::FileStatus{});
+    header.dev = st.device;
+    header.ino = st.inode;
+    header.size = st.size;
+    header.mtimeSec = st.modified.tv_sec;
+    header.mtimeNsec = st.modified.tv_nsec;
   }
   bool SaveHeader() {
     Sign(header_);
-    return WriteAt(index_, &header_, sizeof header_, 0);
+    return WriteAt(index_.get(), &header_, sizeof header_, 0);
   }
 
   // Opens the index; with `checkSigned` it must also describe the file as it is now.
   bool OpenIndex(bool checkSigned) {
-    index_ = os::OpenRegular(TrailIndexPath(file_), O_RDWR | O_NOFOLLOW);
-    if (index_ >= 0) {
-      struct stat st{};
-      fstat(index_, &st);
+    index_.reset(os::OpenRegular(TrailIndexPath(file_), O_RDWR | O_NOFOLLOW));
+    if (index_.valid()) {
+      const uint64_t indexSize = os::StatusOf(index_.get()).value_or(os::FileStatus{}).size;
       IndexHeader expected{};
       Sign(expected);
-      const bool valid = ReadAt(index_, &header_, sizeof header_, 0) &&
+      const bool valid = ReadAt(index_.get(), &header_, sizeof header_, 0) &&
                          std::memcmp(header_.magic, kIndexMagic, 8) == 0 && header_.slots >= kMinSlots &&
                          (header_.slots & (header_.slots - 1)) == 0 &&
-                         static_cast<uint64_t>(st.st_size) == sizeof(IndexHeader) + header_.slots * sizeof(Slot) &&
+                         indexSize == sizeof(IndexHeader) + header_.slots * sizeof(Slot) &&
                          header_.dev == expected.dev && header_.ino == expected.ino &&
                          (!checkSigned || (header_.size == expected.size && header_.mtimeSec == expected.mtimeSec &&
                                            header_.mtimeNsec == expected.mtimeNsec));
       if (valid) return true;
-      close(index_);
-      index_ = -1;
+      index_.reset();
     }
     return checkSigned ? Rebuild() : true;
   }
@@ -339,7 +285,7 @@ class Trail {
       std::string carry;
       bool first = true;
       while (at < size) {
-        std::string chunk = carry + ReadRange(fd_, at, std::min(size, at + kChunk));
+        std::string chunk = carry + ReadRange(fd_.get(), at, std::min(size, at + kChunk));
         const uint64_t base = at - carry.size();
         at = std::min(size, at + kChunk);
         size_t start = 0;
@@ -376,17 +322,16 @@ class Trail {
     } catch (const std::exception&) {
       return false;
     }
-    if (index_ >= 0) close(index_);
-    index_ = os::OpenRegular(TrailIndexPath(file_), O_RDWR | O_NOFOLLOW);
+    index_.reset(os::OpenRegular(TrailIndexPath(file_), O_RDWR | O_NOFOLLOW));
     header_ = header;
-    return index_ >= 0;
+    return index_.valid();
   }
 
   // Keeps the index at most half full before a change adds to it.
   bool EnsureRoom() {
     if ((header_.used + 1) * 2 <= header_.slots) return true;
     std::vector<Slot> table(header_.slots), entries;
-    if (!ReadAt(index_, table.data(), table.size() * sizeof(Slot), sizeof(IndexHeader))) return Rebuild();
+    if (!ReadAt(index_.get(), table.data(), table.size() * sizeof(Slot), sizeof(IndexHeader))) return Rebuild();
     for (const Slot& s : table)
       if (s.hash != 0) entries.push_back(s);
     return Rebuild(&entries);
@@ -394,15 +339,15 @@ class Trail {
 
   std::string file_;
   os::FolderLock lock_{file_};
-  int fd_ = -1;
-  int index_ = -1;
+  os::Descriptor fd_;
+  os::Descriptor index_;
   IndexHeader header_{};
 };
 
 }  // namespace
 
-std::string TrailIndexPath(const std::string& file) { return Sibling(file, ".index"); }
-std::string TrailJournalPath(const std::string& file) { return Sibling(file, ".journal"); }
+std::string TrailIndexPath(const std::string& file) { return Sibling(file, core::layout::kTrailIndexSuffix); }
+std::string TrailJournalPath(const std::string& file) { return Sibling(file, core::layout::kTrailJournalSuffix); }
 
 namespace {
 
@@ -440,7 +385,7 @@ bool OpenWithQueued(Trail& trail, const std::string& file, bool create) {
   if (!trail.Open(create || !queued.empty())) return false;
   for (const auto& change : queued) {
     if (!Write(trail, change.section, change.keys)) return false;
-    unlink(change.path.c_str());
+    os::RemoveFile(change.path);
   }
   return true;
 }

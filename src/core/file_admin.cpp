@@ -1,6 +1,7 @@
 #include "velmora/core.h"
 
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/attributes.h"
 #include "os/files.h"
 #include "os/paths.h"
@@ -8,8 +9,12 @@
 namespace velmora {
 
 namespace {
+namespace layout = core::layout;
+
 std::string Root() { return os::RuntimeFolder(); }
-std::string MessageFile(const std::string& folder, const std::string& id) { return folder + id + ".xml"; }
+std::string Folder(const char* name) { return Root() + name + "/"; }
+std::string TitleFile(std::string_view extension) { return Root() + layout::kLibraryTitle + std::string(extension); }
+std::string MessageFile(const std::string& folder, const std::string& id) { return folder + layout::MessageFileName(id); }
 
 // Clears read-only and hidden first, so a file the other process marked can still go.
 void ResetAndDelete(const std::string& path, const std::string& source) {
@@ -18,16 +23,16 @@ void ResetAndDelete(const std::string& path, const std::string& source) {
 }
 }  // namespace
 
-std::string CFileAdmin::DefaultResponseFile() const { return Root() + "defrespo.xml"; }
-std::string CFileAdmin::DefaultResponseArchive() const { return Root() + "defaultResp.xml"; }
-std::string CFileAdmin::InternalResponseFile() const { return Root() + "internal.xml"; }
+std::string CFileAdmin::DefaultResponseFile() const { return Root() + layout::kDefaultResponseFile; }
+std::string CFileAdmin::DefaultResponseArchive() const { return Root() + layout::kDefaultResponseArchive; }
+std::string CFileAdmin::InternalResponseFile() const { return Root() + layout::kInternalResponseFile; }
 std::string CFileAdmin::GetDllPath() const { return Root(); }
-std::string CFileAdmin::GetSendedPath() const { return Root() + "Enviados/"; }
-std::string CFileAdmin::GetAuditorPath() const { return Root() + "Auditoria/"; }
-std::string CFileAdmin::GetDelayedPath() const { return Root() + "Retrasados/"; }
-std::string CFileAdmin::GetReceivedPath() const { return Root() + "Recibidos/"; }
-std::string CFileAdmin::IniFilePath() const { return Root() + os::kLibraryTitle + ".ini"; }
-std::string CFileAdmin::LogFilePath() const { return Root() + os::kLibraryTitle + ".log"; }
+std::string CFileAdmin::GetSendedPath() const { return Folder(layout::kSentFolder); }
+std::string CFileAdmin::GetAuditorPath() const { return Folder(layout::kAuditFolder); }
+std::string CFileAdmin::GetDelayedPath() const { return Folder(layout::kDelayedFolder); }
+std::string CFileAdmin::GetReceivedPath() const { return Folder(layout::kReceivedFolder); }
+std::string CFileAdmin::IniFilePath() const { return TitleFile(layout::kIniExtension); }
+std::string CFileAdmin::LogFilePath() const { return TitleFile(layout::kLogExtension); }
 
 bool CFileAdmin::MakeFolder(const char* method, const char* name) {
   core::TraceScope trace(method);
@@ -43,10 +48,10 @@ bool CFileAdmin::MakeFolder(const char* method, const char* name) {
   return result;
 }
 
-bool CFileAdmin::MakeSended() { return MakeFolder("CFileAdmin.MakeSended", "Enviados"); }
-bool CFileAdmin::MakeReceived() { return MakeFolder("CFileAdmin.MakeReceived", "Recibidos"); }
-bool CFileAdmin::MakeDelayed() { return MakeFolder("CFileAdmin.MakeDelayed", "Retrasados"); }
-bool CFileAdmin::MakeAuditor() { return MakeFolder("CFileAdmin.MakeAuditor", "Auditoria"); }
+bool CFileAdmin::MakeSended() { return MakeFolder("CFileAdmin.MakeSended", layout::kSentFolder); }
+bool CFileAdmin::MakeReceived() { return MakeFolder("CFileAdmin.MakeReceived", layout::kReceivedFolder); }
+bool CFileAdmin::MakeDelayed() { return MakeFolder("CFileAdmin.MakeDelayed", layout::kDelayedFolder); }
+bool CFileAdmin::MakeAuditor() { return MakeFolder("CFileAdmin.MakeAuditor", layout::kAuditFolder); }
 
 bool CFileAdmin::Exists(const char* method, const std::string& path) {
   core::TraceScope trace(method);
@@ -55,7 +60,7 @@ bool CFileAdmin::Exists(const char* method, const std::string& path) {
   return result;
 }
 
-bool CFileAdmin::ExistExecutorFile() { return Exists("CFileAdmin.ExistExecutorFile", Root() + "executor.exe"); }
+bool CFileAdmin::ExistExecutorFile() { return Exists("CFileAdmin.ExistExecutorFile", Root() + layout::kExecutorProgram); }
 bool CFileAdmin::ExistIniFile() { return Exists("CFileAdmin.ExistIniFile", IniFilePath()); }
 bool CFileAdmin::ExistDefaultResponseFile() {
   return Exists("CFileAdmin.ExistDefaultResponseFile", DefaultResponseFile());

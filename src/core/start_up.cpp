@@ -1,14 +1,13 @@
 #include "core/start_up.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
-#include <string_view>
 
 #include "core/context.h"
+#include "core/layout.h"
+#include "os/file_io.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "audit/trail_queue.h"
@@ -19,8 +18,9 @@ namespace velmora::core {
 
 StartUpFiles PrepareSharedObjects() {
   auto& context = ThreadContext();
-  const std::string base = os::WithSlash(os::RuntimeFolder()) + os::kLibraryTitle;
-  StartUpFiles files{base + ".log", base + ".txt", base + ".ini"};
+  const std::string base = os::WithSlash(os::RuntimeFolder()) + layout::kLibraryTitle;
+  StartUpFiles files{base + std::string(layout::kLogExtension), base + std::string(layout::kTraceExtension),
+                     base + std::string(layout::kIniExtension)};
   context.MessageLog.FileName = files.log;
   context.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
   context.MessageLog.Flags = lfgToFile | lfgToDebug;
@@ -46,38 +46,28 @@ namespace {
 constexpr std::time_t kLongestWrite = 60;
 constexpr const char* kSweep = "CFileAdmin.SweepInterruptedWrites";
 
-// The runtime folder is also the operator's: a hidden copy such as ".velmora.ini.backup" or
-// ".velmora.ini.OLD001" has the shape of a temporary name. The random part of ours starts with a
-// digit; any other is left alone (a leftover of an older version costs a stray file, never
-// somebody's copy).
-bool OperatorsName(std::string_view name) {
-  const char first = name[name.size() - 6];
-  return first < '0' || first > '9';
-}
-
+// In the runtime folder itself only temporary names of our own go: the operator keeps hidden
+// copies there, and a leftover of an older version costs a stray file, never somebody's copy.
 void SweepFolder(const std::string& folder, bool answers, bool operators = false) {
-  const std::string journalEnd = ".journal";
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
     const std::string name = entry.path().filename().string();
     const std::string path = folder + name;
     try {
-      if (name.size() > journalEnd.size() + 1 && name[0] == '.' &&
-          name.compare(name.size() - journalEnd.size(), journalEnd.size(), journalEnd) == 0) {
-        audit::RecoverTrail(folder + name.substr(1, name.size() - journalEnd.size() - 1));
+      if (const auto trail = layout::TrailOfJournal(name)) {
+        audit::RecoverTrail(folder + *trail);
         continue;
       }
       if (const auto trail = audit::TrailOfQueuedChange(path)) {
         audit::RecoverTrail(*trail);
         continue;
       }
-      struct stat st{};
-      if (!os::IsTemporaryName(name) || (operators && OperatorsName(name)) || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) ||
-          std::time(nullptr) - st.st_mtime < kLongestWrite)
-        continue;
+      if (!layout::IsTemporaryName(name) || (operators && !layout::IsOwnTemporaryName(name))) continue;
+      const auto st = os::LinkStatusOf(path);
+      if (!st || !st->regular || std::time(nullptr) - st->modified.tv_sec < kLongestWrite) continue;
       xml::Document answer;
       if (answers && answer.Load(path)) {
-        const std::string target = CFileAdmin().GetDelayedPath() + os::TargetOfTemporary(name);
+        const std::string target = CFileAdmin().GetDelayedPath() + layout::TargetOfTemporary(name);
         os::CopyFileTo(path, target, kSweep);
         LogLine(std::string(kSweep) + ": respuesta recuperada de una escritura interrumpida --> " + target);
       }

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "core/context.h"
+#include "core/layout.h"
 #include "executor/executor_impl.h"
 #include "os/attributes.h"
 #include "xml/xml.h"
@@ -71,7 +72,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
       core::LogLine(method + " strIdPrescripcion : " + id);
     }
     xml::Document request;
-    if (!request.Load(folders.GetSendedPath() + id + ".xml")) Raise(32009, kLoadErrorSource);
+    if (!request.Load(folders.GetSendedPath() + core::layout::MessageFileName(id))) Raise(32009, kLoadErrorSource);
 
     if (!ConectarServicio()) Raise(32010, method);
     LogWithId(method + ":Enviando mensaje SOAP 'PeticionDispensacion' ");
@@ -98,7 +99,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     LogWithId(method + ":Antes de escribir en el fichero");
     // The file appears under its final name only whole (written aside, then renamed), so a
     // killed executor never leaves half a response for the waiting side to read.
-    const std::string path = folders.GetReceivedPath() + id + ".xml";
+    const std::string path = folders.GetReceivedPath() + core::layout::MessageFileName(id);
     if (!response->Write(path)) Raise(32008, method);
     LogWithId(method + ":DESPUES de escribir en el fichero");
     LogWithId(kHiddenLine);
@@ -107,7 +108,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
 
     if (ctx.Auditor().StoreInDelayed(id)) {
       folders.MakeDelayed();
-      folders.MoveToDelayed(folders.GetReceivedPath(), id + ".xml");
+      folders.MoveToDelayed(folders.GetReceivedPath(), core::layout::MessageFileName(id));
     }
     result = true;
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion();

@@ -6,11 +6,13 @@
 
 #include "audit/audit_record.h"
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/directory_watch.h"
 #include "interface/pending_claim.h"
 #include "interface/pending_files.h"
 #include "interface/road.h"
 #include "os/attributes.h"
+#include "os/file_io.h"
 #include "os/files.h"
 #include "velmora/interface.h"
 
@@ -23,19 +25,21 @@ using interface::PendingClaim;
 // How long one pass of the wait may block before the host's idle callback runs again.
 constexpr std::chrono::milliseconds kPass{25};
 
-ino_t InodeOf(const std::string& path) {
-  struct stat st {};
-  return stat(path.c_str(), &st) == 0 ? st.st_ino : 0;
+namespace layout = core::layout;
+
+uint64_t InodeOf(const std::string& path) {
+  const auto st = os::StatusOf(path);
+  return st ? st->inode : 0;
 }
 
 // The answer to the re-send just started: a new file in Retrasados (the executor puts it aside
 // because the audit record says the till was answered long ago) or, with the trail off, the one
 // it leaves in Recibidos. Ends when the executor has ended or PeticionTimeOut has passed.
-std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std::function<bool()>& ended,
+std::string WaitForAnswer(const std::string& id, uint64_t delayedBefore, const std::function<bool()>& ended,
                           const std::function<void()>& onIdle) {
   CFileAdmin files;
-  const std::string delayed = files.GetDelayedPath() + id + ".xml";
-  const std::string received = files.GetReceivedPath() + id + ".xml";
+  const std::string delayed = files.GetDelayedPath() + layout::MessageFileName(id);
+  const std::string received = files.GetReceivedPath() + layout::MessageFileName(id);
   os::DirectoryWatch watchDelayed(files.GetDelayedPath());
   os::DirectoryWatch watchReceived(files.GetReceivedPath());
   const auto end = std::chrono::steady_clock::now() +
@@ -43,7 +47,7 @@ std::string WaitForAnswer(const std::string& id, ino_t delayedBefore, const std:
   for (;;) {
     // Looked at before the files: once it has ended, what it left is final.
     const bool over = ended();
-    const ino_t now = InodeOf(delayed);
+    const uint64_t now = InodeOf(delayed);
     if (now != 0 && now != delayedBefore) return delayed;
     if (over) return os::PathExists(received) ? received : std::string();
     if (std::chrono::steady_clock::now() >= end) return {};
@@ -68,8 +72,7 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   if (claim.Result() == PendingClaim::kGone) return;
   if (claim.Result() == PendingClaim::kBusy) {
     // Another process holds it: describe it as it stands, without touching it.
-    struct stat copy {};
-    if (stat(interface::PendingCopy(id).c_str(), &copy) == 0) item = interface::Describe(id, copy);
+    if (const auto copy = os::StatusOf(interface::PendingCopy(id))) item = interface::Describe(id, *copy);
     item.Resultado = rnvEnCurso;
     return;
   }
@@ -82,10 +85,10 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   CFileAdmin files;
   const auto& config = core::ThreadContext().Config;
   files.MakeSended();
-  os::CopyFileTo(interface::PendingCopy(id), files.GetSendedPath() + id + ".xml", method);
+  os::CopyFileTo(interface::PendingCopy(id), files.GetSendedPath() + layout::MessageFileName(id), method);
   // An answer left from before must not pass for this one's.
   files.DeleteFromReceived(id);
-  const ino_t delayedBefore = InodeOf(files.GetDelayedPath() + id + ".xml");
+  const uint64_t delayedBefore = InodeOf(files.GetDelayedPath() + layout::MessageFileName(id));
   const std::string record = core::AuditRecordFile(id);
   const std::string count = core::AuditMark(record, id, "REENVIOS");
   int sent = 0;
@@ -122,9 +125,8 @@ std::vector<CDispensacionPendiente> CPendientes::Listar() {
   try {
     if (!owner_.Enabled()) Raise(32005, kMethod);
     for (const auto& id : interface::PendingIds()) {
-      struct stat copy {};
-      if (stat(interface::PendingCopy(id).c_str(), &copy) == 0 && S_ISREG(copy.st_mode))
-        items.push_back(interface::Describe(id, copy));
+      const auto copy = os::StatusOf(interface::PendingCopy(id));
+      if (copy && copy->regular) items.push_back(interface::Describe(id, *copy));
     }
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);

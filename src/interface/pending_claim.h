@@ -1,8 +1,8 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
+
+#include "os/file_io.h"
 
 namespace velmora::interface {
 
@@ -15,17 +15,16 @@ class PendingClaim {
   enum Outcome { kHeld, kBusy, kGone };
 
   explicit PendingClaim(const std::string& copyPath);
-  ~PendingClaim();
   PendingClaim(const PendingClaim&) = delete;
   PendingClaim& operator=(const PendingClaim&) = delete;
 
   Outcome Result() const { return result_; }
-  const struct stat& Copy() const { return copy_; }  // the held copy's stat
+  const os::FileStatus& Copy() const { return copy_; }  // the held copy's status
 
  private:
-  int fd_ = -1;
+  os::Descriptor held_;
   Outcome result_ = kGone;
-  struct stat copy_ {};
+  os::FileStatus copy_;
 };
 
 }  // namespace velmora::interface

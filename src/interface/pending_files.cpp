@@ -1,12 +1,11 @@
 #include "interface/pending_files.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <filesystem>
 
 #include "audit/audit_record.h"
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/attributes.h"
 #include "os/clock.h"
 #include "vbcompat/dates.h"
@@ -18,21 +17,17 @@ namespace velmora::interface {
 
 namespace {
 
-os::LocalTime LocalTimeOf(time_t t) {
-  struct tm tm {};
-  localtime_r(&t, &tm);
-  return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
-}
+namespace layout = core::layout;
 
-bool NotOlder(const struct timespec& a, const struct timespec& b) {
+bool NotOlder(const std::timespec& a, const std::timespec& b) {
   return a.tv_sec > b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec >= b.tv_nsec);
 }
 
 // Whether `path` exists and was written at or after `since`. File times come from the same
 // coarse kernel clock, so a later file never reads as older.
-bool WrittenSince(const std::string& path, const struct timespec& since) {
-  struct stat st {};
-  return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && NotOlder(st.st_mtim, since);
+bool WrittenSince(const std::string& path, const std::timespec& since) {
+  const auto st = os::StatusOf(path);
+  return st && st->regular && NotOlder(st->modified, since);
 }
 
 template <class Items>
@@ -42,17 +37,19 @@ void CopyItems(const Items& items, std::vector<std::string>& to) {
 
 }  // namespace
 
-std::string PendingFolder() { return CFileAdmin().GetDllPath() + "Pendientes/"; }
-std::string PendingCopy(const std::string& id) { return PendingFolder() + id + ".xml"; }
-bool IsBatchId(const std::string& id) { return id.rfind("MD__", 0) == 0; }
+std::string PendingFolder() { return CFileAdmin().GetDllPath() + layout::kPendingFolder + "/"; }
+std::string PendingCopy(const std::string& id) { return PendingFolder() + layout::MessageFileName(id); }
+bool IsBatchId(const std::string& id) { return id.rfind(layout::kBatchPrefix, 0) == 0; }
 
 std::vector<std::string> PendingIds() {
   std::vector<std::string> ids;
   std::error_code ec;
   for (const auto& entry : std::filesystem::directory_iterator(PendingFolder(), ec)) {
     const std::string name = entry.path().filename().string();
-    if (name.size() > 4 && name[0] != '.' && name.compare(name.size() - 4, 4, ".xml") == 0)
-      ids.push_back(name.substr(0, name.size() - 4));
+    const size_t extension = layout::kMessageExtension.size();
+    if (name.size() > extension && name[0] != '.' &&
+        name.compare(name.size() - extension, extension, layout::kMessageExtension) == 0)
+      ids.push_back(name.substr(0, name.size() - extension));
   }
   std::sort(ids.begin(), ids.end());
   return ids;
@@ -66,7 +63,7 @@ bool IsPending(const std::string& id) {
 void KeepPendingCopy(const std::string& id) {
   try {
     os::MakeDirectory(PendingFolder(), "CPendientes.GuardarCopia");
-    os::CopyFileTo(CFileAdmin().GetSendedPath() + id + ".xml", PendingCopy(id), "CPendientes.GuardarCopia");
+    os::CopyFileTo(CFileAdmin().GetSendedPath() + layout::MessageFileName(id), PendingCopy(id), "CPendientes.GuardarCopia");
   } catch (const std::exception& e) {
     // The till has its answer; a copy that cannot be kept is reported, never a failed call.
     core::HandleError("CPendientes.GuardarCopia", e);
@@ -76,7 +73,7 @@ void KeepPendingCopy(const std::string& id) {
 bool ExecutorRunning(const std::string& id) {
   // The command line as the road builds it, whether split at blanks or given whole.
   const std::string single = "IDPres=" + id;
-  for (const auto& args : os::RunningInstances(CFileAdmin().GetDllPath() + "executor.exe")) {
+  for (const auto& args : os::RunningInstances(CFileAdmin().GetDllPath() + layout::kExecutorProgram)) {
     std::string joined;
     for (const auto& a : args) joined += (joined.empty() ? "" : " ") + a;
     if (joined == single || joined == single + " MD") return true;
@@ -84,13 +81,13 @@ bool ExecutorRunning(const std::string& id) {
   return false;
 }
 
-std::string LateAnswer(const std::string& id, const struct timespec& since, bool executorRunning) {
+std::string LateAnswer(const std::string& id, const std::timespec& since, bool executorRunning) {
   CFileAdmin files;
-  const std::string delayed = files.GetDelayedPath() + id + ".xml";
+  const std::string delayed = files.GetDelayedPath() + layout::MessageFileName(id);
   if (WrittenSince(delayed, since)) return delayed;
   // With the trail off the executor cannot tell that it is late and leaves the answer where it
   // wrote it; while it runs, the answer may still be on its way to Retrasados.
-  const std::string received = files.GetReceivedPath() + id + ".xml";
+  const std::string received = files.GetReceivedPath() + layout::MessageFileName(id);
   if (!executorRunning && WrittenSince(received, since)) return received;
   return {};
 }
@@ -115,15 +112,15 @@ bool ReadVerdict(const std::string& path, CDispensacionPendiente& item) {
   return true;
 }
 
-CDispensacionPendiente Describe(const std::string& id, const struct stat& copy) {
+CDispensacionPendiente Describe(const std::string& id, const os::FileStatus& copy) {
   CDispensacionPendiente item;
   item.IDPrescripcion = id;
   item.Lote = IsBatchId(id);
-  item.Fecha = vb::FormatDate(LocalTimeOf(copy.st_mtim.tv_sec), "dd/mm/yyyy hh:mm:ss");
+  item.Fecha = vb::FormatDate(os::LocalTimeAt(copy.modified.tv_sec), "dd/mm/yyyy hh:mm:ss");
   const std::string given = core::AuditMark(core::AuditRecordFile(id), id, "RESPUESTA_GENERADA");
   item.TipoRespuesta = given == "xml" ? rspDefault : given == "int" ? rspInternal : 0;
   item.EjecutorActivo = ExecutorRunning(id);
-  const std::string late = LateAnswer(id, copy.st_mtim, item.EjecutorActivo);
+  const std::string late = LateAnswer(id, copy.modified, item.EjecutorActivo);
   if (!late.empty() && ReadVerdict(late, item)) item.Estado = pndVeredictoTardio;
   return item;
 }

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <sys/stat.h>
-
+#include <ctime>
 #include <string>
 #include <vector>
+
+#include "os/file_io.h"
 
 #include "velmora/pending.h"
 
@@ -28,10 +29,10 @@ bool ExecutorRunning(const std::string& id);
 
 // The service's answer to `id` that came after `since` (the copy's time): in Retrasados, or left
 // in Recibidos by an executor that has ended. Empty when there is none.
-std::string LateAnswer(const std::string& id, const struct timespec& since, bool executorRunning);
+std::string LateAnswer(const std::string& id, const std::timespec& since, bool executorRunning);
 
-// The pending dispensation `id` as the files show it now; `copy` is the stat of its copy.
-CDispensacionPendiente Describe(const std::string& id, const struct stat& copy);
+// The pending dispensation `id` as the files show it now; `copy` is the status of its copy.
+CDispensacionPendiente Describe(const std::string& id, const os::FileStatus& copy);
 
 // Fills the verdict fields of `item` from a response file; false when it cannot be read.
 bool ReadVerdict(const std::string& path, CDispensacionPendiente& item);

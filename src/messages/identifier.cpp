@@ -1,15 +1,14 @@
 #include "messages/identifier.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
 
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/clock.h"
+#include "os/file_io.h"
 #include "os/files.h"
 #include "vbcompat/text.h"
 
@@ -76,17 +75,13 @@ std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
   try {
     CFileAdmin files;
     files.MakeSended();
-    const std::string folder = files.GetSendedPath() + ".reservas/";
+    const std::string folder = files.GetSendedPath() + core::layout::kReservationsFolder;
     os::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
     SweepOldReservations(folder);
     for (int later = 0; later < kMaxTries; ++later) {
       std::string id = MakePrescriptionIdentifier(request, later);
       // Created exclusively: of two dispensations that reach one stamp, only one gets it.
-      const int fd = open((folder + id).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, os::kFileMode);
-      if (fd >= 0) {
-        close(fd);
-        return id;
-      }
+      if (os::ExclusiveCreate(folder + id)) return id;
       if (errno != EEXIST) break;
     }
   } catch (const std::exception& e) {
@@ -99,7 +94,7 @@ std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
 
 bool IsUsableIdentifier(std::string_view id) {
   // 255 bytes make a file name; the batch's "MD__" and the ".xml" come on top.
-  constexpr size_t kMaxBytes = 255 - 4 - 4;
+  constexpr size_t kMaxBytes = 255 - core::layout::kBatchPrefix.size() - core::layout::kMessageExtension.size();
   if (id.empty() || id.size() > kMaxBytes || id == "." || id == ".." || !vb::IsValidUtf8(id)) return false;
   for (unsigned char c : id)
     if (c < 0x20 || c == 0x7F || c == '/' || c == '[' || c == ']') return false;

@@ -20,9 +20,12 @@ LocalTime Now() {
     std::lock_guard lock(clockMutex);
     if (TestClock()) return TestClock()();
   }
-  const time_t now = time(nullptr);
+  return LocalTimeAt(time(nullptr));
+}
+
+LocalTime LocalTimeAt(std::time_t moment) {
   struct tm tm{};
-  localtime_r(&now, &tm);
+  localtime_r(&moment, &tm);
   return {tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec};
 }
 

@@ -1,18 +1,18 @@
 #include "os/files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -174,6 +174,12 @@ bool IsTemporaryName(std::string_view name) {
 
 std::string TargetOfTemporary(std::string_view name) { return std::string(name.substr(1, name.size() - 8)); }
 
+bool IsOwnTemporaryName(std::string_view name) {
+  if (!IsTemporaryName(name)) return false;
+  const char first = name[name.size() - 6];
+  return first >= '0' && first <= '9';
+}
+
 std::string FolderOf(const std::string& file) {
   const auto slash = file.rfind('/');
   return slash == std::string::npos ? "./" : file.substr(0, slash + 1);
@@ -188,73 +194,97 @@ void SyncFolder(const std::string& folder) {
 
 namespace {
 
-// A blocking flock run by a thread of its own, so the caller can stop waiting for it: flock has
-// no time-out, and polling with LOCK_NB starves against a process that takes the lock again at
-// once. A waiter given up on keeps waiting and lets the lock go as soon as it gets it.
-struct Waiter {
-  std::mutex mutex;
-  std::condition_variable done;
-  bool finished = false;
-  bool abandoned = false;
-  int error = 0;
-  int fd = -1;
-};
-
-// The waiter given up on last, per folder: while it still waits, the folder counts as stuck.
-std::mutex waitersMutex;
-std::map<std::string, std::shared_ptr<Waiter>> abandonedWaiters;
+// Folders whose last lock wait ran out with no lock of them got here since: while one stays so,
+// another wait there is the short one. Only names are kept, never a descriptor or a thread; a
+// folder leaves as soon as this process gets its lock again.
+std::mutex stuckMutex;
+std::set<std::string>& StuckFolders() {
+  static std::set<std::string> folders;
+  return folders;
+}
 
 bool Stuck(const std::string& dir) {
-  std::lock_guard<std::mutex> guard(waitersMutex);
-  auto it = abandonedWaiters.find(dir);
-  if (it == abandonedWaiters.end()) return false;
-  std::lock_guard<std::mutex> waiter(it->second->mutex);
-  if (!it->second->finished) return true;
-  abandonedWaiters.erase(it);
-  return false;
+  std::lock_guard<std::mutex> guard(stuckMutex);
+  return StuckFolders().count(dir) != 0;
 }
 
-// Fails with `err` after letting the descriptor go.
-bool Fail(int fd, int err) {
-  close(fd);
-  errno = err;
-  return false;
+void MarkStuck(const std::string& dir, bool stuck) {
+  std::lock_guard<std::mutex> guard(stuckMutex);
+  if (stuck)
+    StuckFolders().insert(dir);
+  else
+    StuckFolders().erase(dir);
 }
 
-// True when `fd` got the lock within `wait`; otherwise the descriptor is gone and errno says why.
-bool LockWithin(int fd, const std::string& dir, std::chrono::milliseconds wait) {
-  if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
-  if (errno != EWOULDBLOCK) return Fail(fd, errno);
-  if (Stuck(dir)) {
-    // Someone holds it for long already: a short look, without another waiting thread.
-    const auto end = std::chrono::steady_clock::now() + kLockWaitWhenStuck;
-    while (std::chrono::steady_clock::now() < end) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
-    }
-    return Fail(fd, EWOULDBLOCK);
+// Wakes a lock wait when the folder is closed by anyone. A holder lets the lock go and then
+// closes the folder (FolderLock's destructor), so a close is the moment to look again; the clock
+// paces the looks as well, for a holder that ends without letting go first (the kernel reports
+// that close before it drops the lock). The inotify descriptor is the thread's, made once and
+// kept (closing one costs milliseconds, see directory_watch.h); each wait adds its watch and
+// removes it when it ends.
+class ReleaseWatch {
+ public:
+  explicit ReleaseWatch(const std::string& dir) {
+    thread_local const ThreadInotify inotify;
+    if (inotify.fd < 0) return;
+    watch_ = inotify_add_watch(inotify.fd, dir.c_str(), IN_CLOSE_NOWRITE | IN_CLOSE_WRITE);
+    if (watch_ < 0) return;
+    fd_ = inotify.fd;
+    Drain();  // what an earlier wait left says nothing about this one
   }
-  auto waiter = std::make_shared<Waiter>();
-  waiter->fd = fd;
-  std::thread([waiter] {
-    int result;
-    while ((result = flock(waiter->fd, LOCK_EX)) != 0 && errno == EINTR) {
+  ~ReleaseWatch() {
+    if (watch_ >= 0) inotify_rm_watch(fd_, watch_);
+  }
+  ReleaseWatch(const ReleaseWatch&) = delete;
+  ReleaseWatch& operator=(const ReleaseWatch&) = delete;
+
+  // Returns when the folder is closed by anyone or `limit` passes, whichever is first.
+  void Wait(std::chrono::steady_clock::duration limit) const {
+    if (fd_ < 0) {
+      std::this_thread::sleep_for(limit);
+      return;
     }
-    std::lock_guard<std::mutex> guard(waiter->mutex);
-    waiter->finished = true;
-    waiter->error = result == 0 ? 0 : errno;
-    if (waiter->abandoned)
-      close(waiter->fd);
-    else
-      waiter->done.notify_all();
-  }).detach();
-  std::unique_lock<std::mutex> lock(waiter->mutex);
-  if (waiter->done.wait_for(lock, wait, [&] { return waiter->finished; }))
-    return waiter->error == 0 || Fail(fd, waiter->error);
-  waiter->abandoned = true;  // the thread now owns the descriptor
-  lock.unlock();
-  std::lock_guard<std::mutex> guard(waitersMutex);
-  abandonedWaiters[dir] = waiter;
+    const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(limit).count();
+    const timespec timeout{static_cast<time_t>(ns / 1000000000), static_cast<long>(ns % 1000000000)};
+    pollfd p{fd_, POLLIN, 0};
+    if (ppoll(&p, 1, &timeout, nullptr) > 0) Drain();
+  }
+
+ private:
+  struct ThreadInotify {
+    int fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ~ThreadInotify() {
+      if (fd >= 0) close(fd);
+    }
+  };
+  void Drain() const {
+    alignas(inotify_event) char buf[4096];
+    while (read(fd_, buf, sizeof buf) > 0) {
+    }
+  }
+
+  int fd_ = -1;
+  int watch_ = -1;
+};
+
+// True when `fd` got the lock within `wait`; otherwise errno says why. flock has no time-out, so
+// the wait is a non-blocking attempt whenever the folder is closed and every couple of
+// milliseconds besides: a blocking flock could only be given up on by leaving a thread behind in
+// it, and polling on the clock alone starves against a process that lets the lock go and takes
+// it again at once.
+bool LockWithin(int fd, const std::string& dir, std::chrono::milliseconds wait) {
+  constexpr std::chrono::milliseconds kPause{2};
+  if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+  if (errno != EWOULDBLOCK) return false;
+  const auto end = std::chrono::steady_clock::now() + wait;
+  const ReleaseWatch released(dir);
+  for (;;) {
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno != EWOULDBLOCK) return false;
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= end) break;
+    released.Wait(std::min<std::chrono::steady_clock::duration>(kPause, end - now));
+  }
   errno = EWOULDBLOCK;
   return false;
 }
@@ -268,14 +298,25 @@ FolderLock::FolderLock(const std::string& file) {
     error_ = errno;
     return;
   }
-  if (LockWithin(fd, dir, kLockWait))
+  // Someone holds it for long already: a short look, so a dispensation that writes several
+  // times pays the full wait once.
+  const bool stuck = Stuck(dir);
+  if (LockWithin(fd, dir, stuck ? kLockWaitWhenStuck : kLockWait)) {
     fd_ = fd;
-  else
-    error_ = errno;
+    if (stuck) MarkStuck(dir, false);
+    return;
+  }
+  error_ = errno;
+  close(fd);
+  if (error_ == EWOULDBLOCK && !stuck) MarkStuck(dir, true);
 }
 
 FolderLock::~FolderLock() {
-  if (fd_ >= 0) close(fd_);  // closing releases the lock
+  if (fd_ < 0) return;
+  // Let go before closing: the close is what wakes a waiter (ReleaseWatch), and the kernel
+  // reports a close before it drops the lock the close would release.
+  flock(fd_, LOCK_UN);
+  close(fd_);
 }
 
 void MakeDirectory(const std::string& path, const std::string& source) {

@@ -37,17 +37,23 @@ int OpenRegular(const std::string& path, int flags, unsigned mode = kFileMode);
 // Temporary names are "." + the target's name + "." + six letters or digits, beside the target.
 bool IsTemporaryName(std::string_view name);
 std::string TargetOfTemporary(std::string_view name);  // the target's name
+// A temporary name this file layer makes: its six end with a digit first. The runtime folder is
+// also the operator's, and a hidden copy such as ".velmora.ini.backup" or ".velmora.ini.OLD001"
+// has the shape of a temporary name too.
+bool IsOwnTemporaryName(std::string_view name);
 
 // How long a lock of the file layer waits for another process before the operation fails
-// (EWOULDBLOCK, VB's 70): a stuck process must never hold a till. While the wait given up on is
-// still unanswered the same folder gets a much shorter one, so a dispensation that writes
-// several times pays the full wait once.
+// (EWOULDBLOCK, VB's 70): a stuck process must never hold a till. Once a wait has run out, the
+// same folder gets a much shorter one until this process gets its lock again, so a dispensation
+// that writes several times pays the full wait once.
 inline constexpr std::chrono::milliseconds kLockWait{700};
 inline constexpr std::chrono::milliseconds kLockWaitWhenStuck{50};
 
 // An exclusive advisory lock of the folder that holds `file` (flock of the folder itself,
-// which every process of every version of the library takes). Held() is false when the
-// folder cannot be opened or the wait ran out; Error() says why (errno).
+// which every process of every version of the library takes, so it stays a flock: an fcntl or
+// OFD lock would not keep out a process that takes the flock). Held() is false when the folder
+// cannot be opened or the wait ran out; Error() says why (errno). The wait blocks only the
+// calling thread and leaves nothing behind when it gives up.
 class FolderLock {
  public:
   explicit FolderLock(const std::string& file);

@@ -89,4 +89,6 @@ ChildEnded SpawnDetached(const std::vector<std::string>& argv, const std::string
   return ended;
 }
 
+int ProcessId() { return static_cast<int>(getpid()); }
+
 }  // namespace velmora::os

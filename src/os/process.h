@@ -20,4 +20,7 @@ using ChildEnded = std::shared_ptr<const std::atomic<bool>>;
 ChildEnded SpawnDetached(const std::vector<std::string>& argv, const std::string& cwd, const std::string& source,
                          const std::vector<std::string>& environment = {});
 
+// This process's id.
+int ProcessId();
+
 }  // namespace velmora::os

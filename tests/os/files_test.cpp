@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+
 #include "os/attributes.h"
 #include "os/files.h"
 #include "os/paths.h"
@@ -54,6 +58,35 @@ TEST(Files, FailuresCarryThePlatformNumbers) {
     } catch (const Error& e) {
       EXPECT_EQ(e.Number, number) << path;
     }
+  }
+}
+
+size_t ThreadCount() {
+  size_t n = 0;
+  for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task")) ++n;
+  return n;
+}
+
+// A folder lock held elsewhere costs one full wait, then short ones until this process gets the
+// lock again, and the full wait once more after that; every wait ends at its deadline with
+// EWOULDBLOCK and leaves no thread behind.
+TEST(FolderLock, WaitEndsAtItsDeadlineAndLeavesNoThread) {
+  RuntimeFolder folder("", false);
+  const size_t threads = ThreadCount();
+  for (const int round : {0, 1}) {
+    auto holder = velmora::testing::HoldFolderLocks({folder.Root()});
+    for (const auto wait : {kLockWait, kLockWaitWhenStuck, kLockWaitWhenStuck}) {
+      const auto start = std::chrono::steady_clock::now();
+      FolderLock lock(folder.Path("a.ini"));
+      const auto took = std::chrono::steady_clock::now() - start;
+      EXPECT_FALSE(lock.Held()) << round;
+      EXPECT_EQ(lock.Error(), EWOULDBLOCK);
+      EXPECT_GE(took, wait);
+      EXPECT_LT(took, wait + std::chrono::milliseconds(250));
+    }
+    EXPECT_LE(ThreadCount(), threads);
+    holder.reset();
+    EXPECT_TRUE(FolderLock(folder.Path("a.ini")).Held());
   }
 }
 
