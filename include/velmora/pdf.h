@@ -392,18 +392,18 @@ class VELMORA_API cPDF {
 
 template <class T>
 T& PdfCollection<T>::Item(int32_t index) {
-  if (index < 1 || static_cast<size_t>(index) > items_.size()) RaisePdfCollectionError(9);
+  if (index < 1 || static_cast<size_t>(index) > items_.size()) RaisePdfCollectionError(errnum::kSubscriptOutOfRange);
   return *items_[static_cast<size_t>(index - 1)];
 }
 template <class T>
 const T& PdfCollection<T>::Item(int32_t index) const {
-  if (index < 1 || static_cast<size_t>(index) > items_.size()) RaisePdfCollectionError(9);
+  if (index < 1 || static_cast<size_t>(index) > items_.size()) RaisePdfCollectionError(errnum::kSubscriptOutOfRange);
   return *items_[static_cast<size_t>(index - 1)];
 }
 template <class T>
 T& PdfCollection<T>::Item(const std::string& key) {
   T* found = Find(key);
-  if (!found) RaisePdfCollectionError(5);
+  if (!found) RaisePdfCollectionError(errnum::kInvalidCall);
   return *found;
 }
 template <class T>
@@ -418,7 +418,7 @@ const T* PdfCollection<T>::Find(const std::string& key) const {
 }
 template <class T>
 T& PdfCollection<T>::Insert(const std::string& key, T item) {
-  if (!key.empty() && keys_.count(key)) RaisePdfCollectionError(457);
+  if (!key.empty() && keys_.count(key)) RaisePdfCollectionError(errnum::kDuplicateKey);
   items_.push_back(std::make_unique<T>(std::move(item)));
   if (!key.empty()) keys_.emplace(key, items_.size() - 1);
   return *items_.back();

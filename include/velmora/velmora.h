@@ -38,6 +38,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The numbers an Errores entry carries (velmora_CErrorItem.Number), named. */
+#include "velmora/error_codes.h"
 #include "velmora/export.h"
 #include "velmora/version.h"
 

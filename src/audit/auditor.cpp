@@ -86,7 +86,7 @@ bool CAuditor::Save(const std::string& strIdPrescripcion, int32_t intAction, int
     if (!enable_) {
       result = true;
     } else {
-      if (strIdPrescripcion.empty()) Raise(32006, kMethod);
+      if (strIdPrescripcion.empty()) Raise(errnum::kNoPrescriptionId, kMethod);
       // A failed write of the trail is logged but never stops a dispensation.
       auto mark = [&](const char* key, const std::string& value) {
         Check(audit::WriteTrailKeys(RecordFile(strIdPrescripcion, kMethod), strIdPrescripcion, {{key, value}}),
@@ -126,7 +126,7 @@ bool CAuditor::StoreInDelayed(const std::string& strIdPrescripcion) {
   bool result = false;
   try {
     // The source names Save on purpose: log readers group the trail's errors under it.
-    if (strIdPrescripcion.empty()) Raise(32006, "CAuditor.Save");
+    if (strIdPrescripcion.empty()) Raise(errnum::kNoPrescriptionId, "CAuditor.Save");
     // Late means the till was given another answer (a default or internal one). "srv" says the
     // till took this very file: the executor marks the file complete before it asks, and a till
     // quick to see the mark writes "srv" before reading the file, so calling that late would move

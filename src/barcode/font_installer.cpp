@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "barcode/font_registry.h"
+#include "errors/catalogue.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "vbcompat/text.h"
@@ -11,16 +12,9 @@
 namespace velmora {
 namespace {
 
-// The component's own error numbers, raised with their texts.
-constexpr int32_t kNoFontsFolder = static_cast<int32_t>(0x80040001u);
-constexpr int32_t kNoFileName = static_cast<int32_t>(0x80040003u);
-constexpr int32_t kNoPath = static_cast<int32_t>(0x80040004u);
-constexpr int32_t kFileMissing = static_cast<int32_t>(0x80040005u);
-constexpr int32_t kRegisterFailed = static_cast<int32_t>(0x80040006u);
-constexpr int32_t kUninstallFailed = static_cast<int32_t>(0x80040008u);
-
-[[noreturn]] void Fail(int32_t number, const char* method, std::string text) {
-  throw Error(number, std::string("jrInstalarFuente.") + method, std::move(text));
+// The component's own errors (velmora/error_codes.h), each raised with its catalogue text.
+[[noreturn]] void Fail(errors::Key key, const char* method, std::initializer_list<std::string_view> args = {}) {
+  throw Error(key.entry->number, std::string("jrInstalarFuente.") + method, errors::Format(key.entry->text, args));
 }
 
 std::string Env(const char* name) {
@@ -54,8 +48,7 @@ void MakeFolders(const std::string& folder, const std::string& source) {
 
 jrInstalarFuente::jrInstalarFuente() : fonts_(UserFontsFolder()) {
   if (fonts_.empty())
-    Fail(kNoFontsFolder, "Class_Initialize",
-         "No se ha podido determinar el directorio de fuentes del sistema.");
+    Fail("NO_FONTS_FOLDER", "Class_Initialize");
 }
 
 void jrInstalarFuente::PathTTF(const std::string& value) {
@@ -65,12 +58,12 @@ void jrInstalarFuente::PathTTF(const std::string& value) {
 
 void jrInstalarFuente::Instalar() {
   if (FicheroTTF.empty())
-    Fail(kNoFileName, "Instalar", "No se ha introducido el nombre del fichero que contiene la fuente.");
+    Fail("NO_FONT_FILE_NAME", "Instalar");
   if (path_.empty())
-    Fail(kNoPath, "Instalar", "No se ha introducido el path del fichero que contiene la fuente.");
+    Fail("NO_FONT_PATH", "Instalar");
   const std::string source = path_ + FicheroTTF;
   if (!os::PathExists(source))
-    Fail(kFileMissing, "Instalar", "No se ha podido encontrar el fichero " + source + ".");
+    Fail("FONT_FILE_MISSING", "Instalar", {source});
 
   // The fonts folder may not exist yet on a fresh account; fontconfig looks there anyway.
   MakeFolders(fonts_, "jrInstalarFuente.Instalar");
@@ -80,21 +73,21 @@ void jrInstalarFuente::Instalar() {
   // Windows wanted a companion resource file named after the font file (".ttf" -> ".FOT");
   // fontconfig needs none, but a name too short to derive one is still refused here, after the
   // copy and before the font is registered, as callers have always seen it.
-  if (FicheroTTF.size() < 3) Raise(5, "jrInstalarFuente.Instalar");
+  if (FicheroTTF.size() < 3) Raise(errnum::kInvalidCall, "jrInstalarFuente.Instalar");
 
   if (!barcode::RegisterFontFile(installed))
-    Fail(kRegisterFailed, "Instalar", "Error ejecutando AddFontResource.");
+    Fail("FONT_NOT_REGISTERED", "Instalar");
   barcode::RefreshFontCache(fonts_);
 }
 
 void jrInstalarFuente::Desinstalar(bool borrar) {
   if (FicheroTTF.empty())
-    Fail(kNoFileName, "Desinstalar", "No se ha introducido el nombre del fichero que contiene la fuente.");
+    Fail("NO_FONT_FILE_NAME", "Desinstalar");
   // A font is registered with fontconfig by lying in a font folder; there is no registration to
   // withdraw from a font that is not there.
   const std::string installed = fonts_ + "/" + FicheroTTF;
   if (!os::PathExists(installed))
-    Fail(kUninstallFailed, "Desinstalar", "No se ha podido desinstalar la fuente " + FicheroTTF);
+    Fail("FONT_NOT_UNINSTALLED", "Desinstalar", {FicheroTTF});
   if (borrar) os::DeleteFile(installed, "jrInstalarFuente.Desinstalar");
   barcode::RefreshFontCache(fonts_);
 }

@@ -31,7 +31,7 @@ bool WritePrivateProfileStringEx(const std::string& strFile, const std::string& 
 
 void CConfig::PeticionTimeOut(int16_t value) {
   const int32_t magnitude = value < 0 ? -int32_t{value} : value;
-  if (magnitude > std::numeric_limits<int16_t>::max()) Raise(6, "CConfig.PeticionTimeOut");
+  if (magnitude > std::numeric_limits<int16_t>::max()) Raise(errnum::kOverflow, "CConfig.PeticionTimeOut");
   peticionTimeOut_ = magnitude == 0 ? int16_t{60} : static_cast<int16_t>(magnitude);
 }
 
@@ -85,7 +85,7 @@ bool CConfig::UpdateCounter(const char* method, const char* key) {
     const bool written =
         ini::UpdateProfileString(IniFile, "MensajeSOAP", key, [&](const std::optional<std::string>& current) {
           const int32_t value = vb::ToInt32(current.value_or(std::string()), method);
-          if (value == std::numeric_limits<int32_t>::max()) Raise(6, method);
+          if (value == std::numeric_limits<int32_t>::max()) Raise(errnum::kOverflow, method);
           return std::optional<std::string>(std::to_string(value + 1));
         });
     // A read-only ini, a lock that never came free, a FIFO in the ini's place: logged, counted
@@ -107,7 +107,7 @@ std::string CConfig::LoadInternalResponse(const std::string& strFieldName) {
   constexpr const char* kMethod = "CConfig.LoadInternalResponse";
   std::string value;
   try {
-    if (strFieldName.empty()) Raise(32011, kMethod);
+    if (strFieldName.empty()) Raise(errnum::kDefaultFieldInvalid, kMethod);
     core::TraceScope trace(kMethod, strFieldName);
     value = GetPrivateProfileStringEx(IniFile, "RespuestaDefecto", strFieldName);
     trace.Result(value);

@@ -1,63 +1,237 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
+#include <string>
 #include <string_view>
+
+#include "velmora/error_codes.h"
 
 namespace velmora::errors {
 
+// What an entry is for, which decides who may find it by number.
+enum class Kind : uint8_t {
+  Library,   // the library's own errors: Raise(number) gives this text
+  Platform,  // the old runtime's texts for platform failures
+  Raised,    // a number raised with a text of its own (font installer, PDF writer, SOAP client)
+  Text,      // a line for the log or the terminal, no error number
+};
+
+// A text may hold %1 ... %9, filled by Format in one pass (a value that holds "%1" stays as it is).
 struct CatalogueEntry {
+  Kind kind;
+  std::string_view key;
   int32_t number;
   std::string_view text;
 };
 
-// The library's own errors, in catalogue order. 32012 is kept although nothing raises it, and
-// 53 reuses the platform's number for a missing file with the library's own text.
+// Every text the library (and its command-line host) writes to a log, an Errores entry or a
+// terminal, in the order of tests/errors/catalogue.txt, the reviewed copy: installations grep
+// their logs for these bytes. Error entries are keyed by their constant's name in
+// velmora/error_codes.h. 32012 is kept although nothing raises it, and the executor's 53 reuses
+// the platform's number for a missing file with the library's own text.
 inline constexpr CatalogueEntry kCatalogue[] = {
-    {32000, "No se puede pasar los valores del objeto IXMLNodeList al objeto CRespuestaPeticion"},
-    {32001, "No se puede leer la información del archivo de inicialización (.ini)"},
-    {32002, "Inicialice los campos obligatorios"},
-    {32003, "La petición SOAP/XML generada tiene errores"},
-    {32004, "La fecha no es válida"},
-    {32005,
+    // ---- the library's own errors ----
+    {Kind::Library, "RESPONSE_NOT_FILLED", errnum::kResponseNotFilled,
+     "No se puede pasar los valores del objeto IXMLNodeList al objeto CRespuestaPeticion"},
+    {Kind::Library, "INI_UNREADABLE", errnum::kIniUnreadable,
+     "No se puede leer la información del archivo de inicialización (.ini)"},
+    {Kind::Library, "REQUIRED_FIELDS", errnum::kRequiredFields, "Inicialice los campos obligatorios"},
+    {Kind::Library, "REQUEST_XML_INVALID", errnum::kRequestXmlInvalid, "La petición SOAP/XML generada tiene errores"},
+    {Kind::Library, "INVALID_DATE", errnum::kInvalidDate, "La fecha no es válida"},
+    {Kind::Library, "INTERFACE_NOT_ACTIVE", errnum::kInterfaceNotActive,
      "La interfaz Velmora no está activa. Posiblemente no se han cargado los daos del archivo de "
      "inicialización correctamente"},
-    {32006, "No se encuentra el identificador de la preescripción"},
-    {32007, "No se puede exportar la petición de dispensación"},
-    {32008, "No se puede exportar la dispensación"},
-    {32009, "No se puede cargar el archivo XML"},
-    {32010, "No se puede conectar con el servicio web"},
-    {32011,
+    {Kind::Library, "NO_PRESCRIPTION_ID", errnum::kNoPrescriptionId, "No se encuentra el identificador de la preescripción"},
+    {Kind::Library, "REQUEST_NOT_EXPORTED", errnum::kRequestNotExported, "No se puede exportar la petición de dispensación"},
+    {Kind::Library, "DISPENSATION_NOT_EXPORTED", errnum::kDispensationNotExported, "No se puede exportar la dispensación"},
+    {Kind::Library, "XML_NOT_LOADED", errnum::kXmlNotLoaded, "No se puede cargar el archivo XML"},
+    {Kind::Library, "SERVICE_UNREACHABLE", errnum::kServiceUnreachable, "No se puede conectar con el servicio web"},
+    {Kind::Library, "DEFAULT_FIELD_INVALID", errnum::kDefaultFieldInvalid,
      "El nombre del campo a buscar en el archivo .ini para generar la respuesta por defecto no es "
      "válido"},
-    {32012,
+    {Kind::Library, "INTERNAL_ERRORS", errnum::kInternalErrors,
      "Errores internos en la aplicación 'Interface Velmora' impiden la realizar la dispensación. "
      "Consulte el archivo de log para determinar la causa del error"},
-    {32013, "Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación"},
-    {32014, "No hay dispensaciones para dispensar"},
-    {53, "No se ha encontrado el archivo executor.exe"},
+    {Kind::Library, "FORCED_INTERNAL_RESPONSE", errnum::kForcedInternalResponse,
+     "Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación"},
+    {Kind::Library, "NO_DISPENSATIONS", errnum::kNoDispensations, "No hay dispensaciones para dispensar"},
+    {Kind::Library, "EXECUTOR_NOT_FOUND", errnum::kExecutorNotFound, "No se ha encontrado el archivo executor.exe"},
+    // An interface used from a thread other than its own: the 32005 text, then why.
+    {Kind::Raised, "interface.wrong_thread", errnum::kInterfaceNotActive,
+     "%1 (la interfaz se usa desde un hilo distinto del que la creó)"},
+
+    // ---- the runtime's texts for the platform failures the library can meet ----
+    {Kind::Platform, "INVALID_CALL", errnum::kInvalidCall, "Argumento o llamada a procedimiento no válida"},
+    {Kind::Platform, "OVERFLOW", errnum::kOverflow, "Desbordamiento"},
+    {Kind::Platform, "OUT_OF_MEMORY", errnum::kOutOfMemory, "Memoria insuficiente"},
+    {Kind::Platform, "SUBSCRIPT_OUT_OF_RANGE", errnum::kSubscriptOutOfRange, "Subíndice fuera del intervalo"},
+    {Kind::Platform, "DIVISION_BY_ZERO", errnum::kDivisionByZero, "División por cero"},
+    {Kind::Platform, "TYPE_MISMATCH", errnum::kTypeMismatch, "No coinciden los tipos"},
+    {Kind::Platform, "FILE_NOT_FOUND", errnum::kFileNotFound, "No se encontró el archivo"},
+    {Kind::Platform, "DISK_FULL", errnum::kDiskFull, "Disco lleno"},
+    {Kind::Platform, "PERMISSION_DENIED", errnum::kPermissionDenied, "Permiso denegado"},
+    {Kind::Platform, "PATH_ACCESS", errnum::kPathAccess, "Error de acceso a la ruta o el archivo"},
+    {Kind::Platform, "PATH_NOT_FOUND", errnum::kPathNotFound, "No se encontró la ruta de acceso"},
+
+    // ---- the PDF writer ----
+    {Kind::Raised, "DUPLICATE_KEY", errnum::kDuplicateKey, "Esta clave ya está asociada a un elemento de esta colección"},
+    {Kind::Raised, "INVALID_PICTURE", errnum::kInvalidPicture, "Imagen no válida"},
+    {Kind::Raised, "pdf.picture_too_large", errnum::kInvalidPicture, "Imagen no válida: tiene más de %1 píxeles"},
+
+    // ---- the font installer ----
+    {Kind::Raised, "NO_FONTS_FOLDER", errnum::kNoFontsFolder, "No se ha podido determinar el directorio de fuentes del sistema."},
+    {Kind::Raised, "NO_FONT_FILE_NAME", errnum::kNoFontFileName,
+     "No se ha introducido el nombre del fichero que contiene la fuente."},
+    {Kind::Raised, "NO_FONT_PATH", errnum::kNoFontPath, "No se ha introducido el path del fichero que contiene la fuente."},
+    {Kind::Raised, "FONT_FILE_MISSING", errnum::kFontFileMissing, "No se ha podido encontrar el fichero %1."},
+    {Kind::Raised, "FONT_NOT_REGISTERED", errnum::kFontNotRegistered, "Error ejecutando AddFontResource."},
+    {Kind::Raised, "FONT_NOT_UNINSTALLED", errnum::kFontNotUninstalled, "No se ha podido desinstalar la fuente %1"},
+
+    // ---- the SOAP client: one number, the kind of failure first in the text ----
+    {Kind::Raised, "SOAP_CLIENT", errnum::kSoapClient, "Error SOAP"},
+    {Kind::Raised, "soap.description", errnum::kSoapClient, "Descripción del servicio (WSDL) no válida"},
+    {Kind::Raised, "soap.fault", errnum::kSoapClient, "SOAP Fault"},
+    {Kind::Raised, "soap.http_status", errnum::kSoapClient, "Error HTTP"},
+    {Kind::Raised, "soap.proxy_auth", errnum::kSoapClient, "El proxy rechazó las credenciales (HTTP 407)"},
+    {Kind::Raised, "soap.malformed", errnum::kSoapClient, "Respuesta SOAP mal formada"},
+    {Kind::Raised, "soap.transport", errnum::kSoapClient, "Error de conexión"},
+    {Kind::Raised, "soap.timeout", errnum::kSoapClient, "Tiempo de espera agotado"},
+    {Kind::Raised, "soap.usage", errnum::kSoapClient, "Llamada SOAP no válida"},
+    {Kind::Raised, "soap.downgrade", errnum::kSoapClient, "Se rechaza pasar de https a http"},
+
+    // ---- the command line (velmora): what it writes to the terminal ----
+    {Kind::Text, "cli.usage", 0,
+     "usage: velmora status [--json]                 check the runtime folder as an installer would\n"
+     "       velmora dispense FILE [--print] [--json]  send the dispensation(s) of a request file\n"
+     "       velmora pending [--json]                the dispensations a fallback answered, not yet confirmed\n"
+     "       velmora resend ID|--all [--json]        send them again\n"
+     "       velmora ack ID                          take note of a late verdict\n"
+     "       velmora demo                            one dispensation and a printed batch against velmora-sim\n"
+     "       velmora -h | --help | --version\n"
+     "\n"
+     "--print prints the receipt of a batch (numbered [DispensacionN] sections).\n"
+     "The runtime folder is $VELMORA_HOME when set, else the folder of libvelmora.so.\n"
+     "\n"
+     "exit codes:\n"
+     "  0  accepted by the service (a batch: every item); status: every check passed\n"
+     "  1  refused by the service (a batch: some or all items); status: a check failed\n"
+     "  2  usage: bad command line, unreadable or malformed request file, missing fields; nothing sent\n"
+     "  3  answered by a fallback (default file or internal response): to be confirmed\n"
+     "  4  failed on its way (DatosValidos false; see Errores in the output)\n"
+     "pending, resend: 0 nothing pending, 1 something pending, 2 usage or cannot, 3 a re-send got no answer\n"
+     "ack: 0 done, 2 no late verdict to acknowledge\n"},
+    {Kind::Text, "cli.version", 0, "velmora %1"},
+    {Kind::Text, "cli.failed", 0, "velmora: %1"},
+    {Kind::Text, "cli.no_command", 0, "a command is needed"},
+    {Kind::Text, "cli.unknown_option", 0, "unknown option %1 for %2"},
+    {Kind::Text, "cli.needs_file", 0, "%1 needs a request file"},
+    {Kind::Text, "cli.needs_id", 0, "%1 needs an id"},
+    {Kind::Text, "cli.unknown_command", 0, "unknown command %1"},
+    {Kind::Text, "cli.cannot_read", 0, "velmora: cannot read %1"},
+    {Kind::Text, "cli.bad_request_file", 0, "velmora: %1: %2"},
+    {Kind::Text, "cli.missing_fields", 0, "velmora: %1: %2 misses or cannot use: %3"},
+    {Kind::Text, "cli.print_needs_batch", 0,
+     "velmora: --print prints the receipt of a batch; %1 holds a single [Dispensacion]"},
+    {Kind::Text, "cli.waiting", 0, "waiting for the answer... %1 s"},
+    {Kind::Text, "cli.single", 0, "IDPrescripcion: %1"},
+    {Kind::Text, "cli.batch", 0, "batch: %1"},
+    {Kind::Text, "cli.accepted", 0, "ACCEPTED"},
+    {Kind::Text, "cli.not_accepted", 0, "NOT ACCEPTED"},
+    {Kind::Text, "cli.batch_accepted", 0, "BATCH ACCEPTED"},
+    {Kind::Text, "cli.batch_not_accepted", 0, "BATCH NOT ACCEPTED WHOLE"},
+    {Kind::Text, "cli.datos_validos", 0, "DatosValidos: %1"},
+    {Kind::Text, "cli.counts", 0, "NAvisos: %1  NMotivosRechazo: %2"},
+    {Kind::Text, "cli.rows", 0, "rows: %1"},
+    {Kind::Text, "cli.avisos", 0, "avisos"},
+    {Kind::Text, "cli.motivos", 0, "motivos de rechazo"},
+    {Kind::Text, "cli.none", 0, "none"},
+    {Kind::Text, "cli.executor_failure", 0, "executor.exe: %1"},
+    {Kind::Text, "cli.error", 0, "  error %1 (%2): %3"},
+    {Kind::Text, "cli.nothing_pending", 0, "nothing pending"},
+    {Kind::Text, "cli.executor_running", 0, "  (executor still running)"},
+    {Kind::Text, "cli.verdict", 0, "  verdict: %1"},
+    {Kind::Text, "cli.no_configuration", 0, "velmora: the configuration did not load (see the log)"},
+    {Kind::Text, "cli.no_late_verdict", 0, "velmora: %1 has no late verdict to acknowledge"},
+    {Kind::Text, "cli.acknowledged", 0, "%1  confirmed"},
+    {Kind::Text, "cli.demo.folder_unusable", 0, "velmora demo: %1 is not a folder of this user's that can be emptied"},
+    {Kind::Text, "cli.demo.no_ini", 0, "velmora demo: no velmora.ini to start from (%1)"},
+    {Kind::Text, "cli.demo.cannot_link", 0, "velmora demo: cannot link %1executor.exe"},
+    {Kind::Text, "cli.demo.no_simulator", 0, "velmora demo: the simulator did not start (%1)"},
+    {Kind::Text, "cli.demo.cannot_write", 0, "velmora demo: cannot write %1"},
+    {Kind::Text, "cli.demo.started", 0, "runtime folder: %1\nsimulator: %2"},
+    {Kind::Text, "cli.demo.single", 0, "== one dispensation =="},
+    {Kind::Text, "cli.demo.batch", 0, "== a batch of five, printed =="},
+    {Kind::Text, "cli.demo.where", 0, "receipt: %1velmora.pdf\nlog: %1velmora.log\naudit: %1Auditoria/audit.log"},
+    {Kind::Text, "cli.status.pass", 0, "PASS  %1: %2"},
+    {Kind::Text, "cli.status.fail", 0, "FAIL  %1: %2"},
+    {Kind::Text, "cli.status.totals", 0, "sent %1, received %2; log %3 %4"},
+    {Kind::Text, "cli.status.log_size", 0, "%1 bytes"},
+    {Kind::Text, "cli.status.log_missing", 0, "not written yet"},
+    {Kind::Text, "cli.status.all_passed", 0, "all checks passed"},
+    {Kind::Text, "cli.status.some_failed", 0, "some checks FAILED"},
+    {Kind::Text, "cli.status.not_used", 0, "\"%1\" (not used)"},
+    {Kind::Text, "cli.status.unreadable_file", 0, "cannot read the file \"%1\""},
+    {Kind::Text, "cli.status.proxy_off", 0, "(not used: UtilizarProxy is off)"},
+    {Kind::Text, "cli.status.bad_value", 0, "\"%1\": error %2, %3"},
+    {Kind::Text, "cli.status.empty", 0, "(empty)"},
+    {Kind::Text, "cli.status.set", 0, "(set)"},
+    {Kind::Text, "cli.status.runtime_folder", 0, "runtime folder"},
+    {Kind::Text, "cli.status.home_relative", 0,
+     "VELMORA_HOME \"%1\" is relative, so the folder depends on where the host starts"},
+    {Kind::Text, "cli.status.not_absolute", 0, "not an absolute path (set VELMORA_HOME to one)"},
+    {Kind::Text, "cli.status.blank", 0, "holds a blank, and executor.exe's command line is split at blanks"},
+    {Kind::Text, "cli.status.not_folder", 0, "not a folder"},
+    {Kind::Text, "cli.status.not_writable", 0, "cannot be written"},
+    {Kind::Text, "cli.status.executor_missing", 0, "missing (link it from the library's folder)"},
+    {Kind::Text, "cli.status.not_executable", 0, "not an executable file"},
+    {Kind::Text, "cli.status.folder", 0, "folder %1"},
+    {Kind::Text, "cli.status.present", 0, "present"},
+    {Kind::Text, "cli.status.folder_missing", 0, "missing (the library makes it on first use)"},
+    {Kind::Text, "cli.status.attributes", 0, "hidden mark (extended attributes)"},
+    {Kind::Text, "cli.status.no_probe", 0, "cannot make a file to try it on"},
+    {Kind::Text, "cli.status.mark_lost", 0, "the mark does not read back"},
+    {Kind::Text, "cli.status.no_user_xattr", 0, "%1 (mount it with user extended attributes)"},
+    {Kind::Text, "cli.status.service", 0, "service description"},
+    {Kind::Text, "cli.status.service_error", 0, "error %1, %2"},
+    {Kind::Text, "cli.status.ini_missing", 0, "missing or unreadable"},
 };
 
-// The runtime's texts for the platform failures the library can meet.
-inline constexpr CatalogueEntry kPlatformErrors[] = {
-    {5, "Argumento o llamada a procedimiento no válida"},
-    {6, "Desbordamiento"},
-    {7, "Memoria insuficiente"},
-    {9, "Subíndice fuera del intervalo"},
-    {11, "División por cero"},
-    {13, "No coinciden los tipos"},
-    {53, "No se encontró el archivo"},
-    {61, "Disco lleno"},
-    {70, "Permiso denegado"},
-    {75, "Error de acceso a la ruta o el archivo"},
-    {76, "No se encontró la ruta de acceso"},
-};
+// The entry of `key`, or null.
+constexpr const CatalogueEntry* Find(std::string_view key) {
+  for (const auto& e : kCatalogue)
+    if (e.key == key) return &e;
+  return nullptr;
+}
+
+// The first entry of `kind` that carries `number`, or null.
+constexpr const CatalogueEntry* Find(Kind kind, int32_t number) {
+  for (const auto& e : kCatalogue)
+    if (e.kind == kind && e.number == number) return &e;
+  return nullptr;
+}
 
 // The runtime's text of a platform number (53 gives the runtime's "No se encontró el archivo",
 // not the library's executor text). Empty when unknown.
 constexpr std::string_view PlatformErrorText(int32_t number) {
-  for (const auto& e : kPlatformErrors)
-    if (e.number == number) return e.text;
-  return {};
+  const CatalogueEntry* e = Find(Kind::Platform, number);
+  return e ? e->text : std::string_view();
+}
+
+// A key checked against the table when the program is compiled: a mistyped key does not build.
+struct Key {
+  consteval Key(const char* name) : entry(Find(name)) {  // NOLINT: implicit on purpose
+    if (!entry) throw "not a key of the catalogue";
+  }
+  const CatalogueEntry* entry;
+};
+
+// `text` with %1 ... %9 replaced by `args`, in one pass.
+std::string Format(std::string_view text, std::initializer_list<std::string_view> args);
+
+// The text of `key`, filled with `args`.
+inline std::string Text(Key key, std::initializer_list<std::string_view> args = {}) {
+  return Format(key.entry->text, args);
 }
 
 }  // namespace velmora::errors

@@ -13,16 +13,16 @@ namespace {
 
 int32_t NumberForErrno(int err) {
   switch (err) {
-    case ENOENT: return 53;
+    case ENOENT: return errnum::kFileNotFound;
     case ENOSPC:
-    case EDQUOT: return 61;
+    case EDQUOT: return errnum::kDiskFull;
     case EACCES:
     case EPERM:
     case EROFS:
     case ETXTBSY:
-    case EWOULDBLOCK: return 70;  // a lock another process holds: Windows' sharing violation
-    case ENOTDIR: return 76;
-    default: return 75;
+    case EWOULDBLOCK: return errnum::kPermissionDenied;  // a lock another process holds: Windows' sharing violation
+    case ENOTDIR: return errnum::kPathNotFound;
+    default: return errnum::kPathAccess;
   }
 }
 
@@ -36,9 +36,9 @@ Error ToError(const std::exception& e, const std::string& source) {
   if (const auto* own = dynamic_cast<const Error*>(&e)) return *own;
   if (const auto* sys = dynamic_cast<const std::system_error*>(&e))
     return Platform(NumberForErrno(sys->code().value()), source);
-  if (dynamic_cast<const std::bad_alloc*>(&e)) return Platform(7, source);
-  if (dynamic_cast<const std::out_of_range*>(&e)) return Platform(9, source);
-  return Platform(5, source);
+  if (dynamic_cast<const std::bad_alloc*>(&e)) return Platform(errnum::kOutOfMemory, source);
+  if (dynamic_cast<const std::out_of_range*>(&e)) return Platform(errnum::kSubscriptOutOfRange, source);
+  return Platform(errnum::kInvalidCall, source);
 }
 
 void RaiseErrno(int err, const std::string& source) { throw Platform(NumberForErrno(err), source); }

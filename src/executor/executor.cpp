@@ -30,7 +30,7 @@ CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
     iniFile_ = files.ini;
     CListadoDispensaciones scratch;
     scratch.ResetDispensacionesCol();
-    if (!ctx.Config.LoadIni()) Raise(32001, kInitialize);
+    if (!ctx.Config.LoadIni()) Raise(errnum::kIniUnreadable, kInitialize);
     CFileAdmin().DeleteLogFileIfExcededSize();
     // Written while the trace is still off, as it always was: only the closing line can appear.
     ctx.TraceLog.WriteTrace(true, kInitialize, {}, true);

@@ -63,7 +63,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
   bool result = false;
   try {
     LogWithId(method + ":Iniciando la solicitud de dispensación ");
-    if (!enabled_) Raise(32005, method);
+    if (!enabled_) Raise(errnum::kInterfaceNotActive, method);
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion();
 
     CFileAdmin folders;
@@ -72,9 +72,9 @@ bool CExecutor::Request(bool batch, const std::string& id) {
       core::LogLine(method + " strIdPrescripcion : " + id);
     }
     xml::Document request;
-    if (!request.Load(folders.GetSendedPath() + core::layout::MessageFileName(id))) Raise(32009, kLoadErrorSource);
+    if (!request.Load(folders.GetSendedPath() + core::layout::MessageFileName(id))) Raise(errnum::kXmlNotLoaded, kLoadErrorSource);
 
-    if (!ConectarServicio()) Raise(32010, method);
+    if (!ConectarServicio()) Raise(errnum::kServiceUnreachable, method);
     LogWithId(method + ":Enviando mensaje SOAP 'PeticionDispensacion' ");
     folders.MakeAuditor();
     ctx.Auditor().Save(id, audMarkMsgSended);
@@ -84,7 +84,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     datosEnviados_ = true;
     ctx.Auditor().Save(id, audMarkMsgReceived);
     ctx.Config.UpdateAndSaveSended();
-    if (!answer) Raise(32000, method);
+    if (!answer) Raise(errnum::kResponseNotFilled, method);
     core::LogLine(id + " " + texts.receivingLine);
     ctx.Config.UpdateAndSaveReceived();
 
@@ -93,14 +93,14 @@ bool CExecutor::Request(bool batch, const std::string& id) {
       response = std::make_unique<ResponseFileOf<CRespDispensaciones>>();
     else
       response = std::make_unique<ResponseFileOf<CRespuestaPeticion>>();
-    if (!response->Fill(*answer)) Raise(32000, method);
+    if (!response->Fill(*answer)) Raise(errnum::kResponseNotFilled, method);
 
     folders.MakeReceived();
     LogWithId(method + ":Antes de escribir en el fichero");
     // The file appears under its final name only whole (written aside, then renamed), so a
     // killed executor never leaves half a response for the waiting side to read.
     const std::string path = folders.GetReceivedPath() + core::layout::MessageFileName(id);
-    if (!response->Write(path)) Raise(32008, method);
+    if (!response->Write(path)) Raise(errnum::kDispensationNotExported, method);
     LogWithId(method + ":DESPUES de escribir en el fichero");
     LogWithId(kHiddenLine);
     // The completion mark the waiting side polls for: hidden and nothing else.

@@ -2,6 +2,7 @@
 
 #include "core/context.h"
 #include "core/start_up.h"
+#include "errors/catalogue.h"
 
 namespace velmora {
 
@@ -16,7 +17,7 @@ CInterface::CInterface() {
     CListadoDispensaciones scratch;
     scratch.ResetDispensacionesCol();
 
-    if (!context.Config.LoadIni()) Raise(32001, kMethod);
+    if (!context.Config.LoadIni()) Raise(errnum::kIniUnreadable, kMethod);
 
     CFileAdmin().DeleteLogFileIfExcededSize();
     core::SweepInterruptedWrites();
@@ -61,7 +62,8 @@ CError& CInterface::Errores() { return errores_; }
 bool CInterface::OnOwnThread(const char* method) {
   if (OnCreatingThread()) return true;
   errores_ = CError();
-  const Error error(32005, method, ErrorText(32005) + " (la interfaz se usa desde un hilo distinto del que la creó)");
+  const Error error(errnum::kInterfaceNotActive, method,
+                    errors::Text("interface.wrong_thread", {ErrorText(errnum::kInterfaceNotActive)}));
   errores_.AddError(error);
   core::LogLine(error.what());
   return false;

@@ -123,7 +123,7 @@ std::vector<CDispensacionPendiente> CPendientes::Listar() {
   std::vector<CDispensacionPendiente> items;
   if (!owner_.OnOwnThread(kMethod)) return items;
   try {
-    if (!owner_.Enabled()) Raise(32005, kMethod);
+    if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     for (const auto& id : interface::PendingIds()) {
       const auto copy = os::StatusOf(interface::PendingCopy(id));
       if (copy && copy->regular) items.push_back(interface::Describe(id, *copy));
@@ -145,7 +145,7 @@ CDispensacionPendiente CPendientes::Reenviar(const std::string& strIdPrescripcio
   item.Resultado = rnvNoPendiente;
   if (!owner_.OnOwnThread(kMethod)) return item;
   try {
-    if (!owner_.Enabled()) Raise(32005, kMethod);
+    if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     item.Resultado = rnvNinguno;
     Resend(strIdPrescripcion, item, owner_.OnIdle, kMethod);
     if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
@@ -172,7 +172,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
   bool done = false;
   if (!owner_.OnOwnThread(kMethod)) return done;
   try {
-    if (!owner_.Enabled()) Raise(32005, kMethod);
+    if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     if (interface::IsPending(strIdPrescripcion)) {
       PendingClaim claim(interface::PendingCopy(strIdPrescripcion));
       if (claim.Result() == PendingClaim::kHeld &&

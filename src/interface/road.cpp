@@ -11,7 +11,7 @@
 namespace velmora::interface {
 
 void RefuseUnusableIdentifier(const std::string& id, const char* method) {
-  if (!messages::IsUsableIdentifier(id)) Raise(32007, method);
+  if (!messages::IsUsableIdentifier(id)) Raise(errnum::kRequestNotExported, method);
 }
 
 void MoveStaleResponseAside(const std::string& id) {
@@ -23,7 +23,7 @@ void MoveStaleResponseAside(const std::string& id) {
 
 std::function<bool()> StartExecutor(const std::string& id, bool batch, const char* method) {
   CFileAdmin files;
-  if (!files.ExistExecutorFile()) Raise(53, method);
+  if (!files.ExistExecutorFile()) Raise(errnum::kExecutorNotFound, method);
   std::vector<std::string> argv = {files.GetDllPath() + "executor.exe", "IDPres=" + id};
   if (batch) argv.emplace_back("MD");
   // The executor starts in the runtime folder: a relative VELMORA_HOME would lead it elsewhere.

@@ -25,9 +25,9 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     auto& auditor = core::ThreadContext().Auditor();
     if (!blank) interface::RefuseUnusableIdentifier(id, kMethod);
     core::LogLine("CInterface.SolicitudDispensacion:Iniciando una solicitud de dispensación " + id);
-    if (!enabled_) Raise(32005, kMethod);
-    if (!request.IObject_RequiredFields()) Raise(32002, kMethod);
-    if (blank) Raise(32006, kMethod);
+    if (!enabled_) Raise(errnum::kInterfaceNotActive, kMethod);
+    if (!request.IObject_RequiredFields()) Raise(errnum::kRequiredFields, kMethod);
+    if (blank) Raise(errnum::kNoPrescriptionId, kMethod);
     CFileAdmin files;
     const std::string requestFile = files.GetSendedPath() + id + ".xml";
     const std::string responseFile = files.GetReceivedPath() + id + ".xml";
@@ -35,7 +35,7 @@ std::unique_ptr<CRespuestaPeticion> CInterface::SolicitudDispensacion(CPeticionD
     files.MakeAuditor();
     auditor.Save(id, audHeader, rcvNone, {});
     files.MakeSended();
-    if (!request.ToXMLFile(requestFile)) Raise(32007, kMethod);
+    if (!request.ToXMLFile(requestFile)) Raise(errnum::kRequestNotExported, kMethod);
     auditor.Save(id, audMarkPetitionDone, rcvNone, {});
     // A copy: a handler that rewrites the request must not pull its own argument from under it.
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(std::string(request.IDPrescripcion));

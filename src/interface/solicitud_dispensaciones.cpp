@@ -33,11 +33,11 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
         core::HandleError(kMethod, e);
       }
     }
-    if (!enabled_) Raise(32005, kMethod);
+    if (!enabled_) Raise(errnum::kInterfaceNotActive, kMethod);
     const auto& items = objListaDispensaciones.Dispensaciones();
-    if (items.Count() == 0) Raise(32014, kMethod);
+    if (items.Count() == 0) Raise(errnum::kNoDispensations, kMethod);
     const std::string id = "MD__" + items.Item(1)->IDPrescripcion;
-    if (vb::Trim(id).empty()) Raise(32006, kMethod);
+    if (vb::Trim(id).empty()) Raise(errnum::kNoPrescriptionId, kMethod);
     interface::RefuseUnusableIdentifier(id, kMethod);
     CFileAdmin files;
     const std::string requestFile = files.GetSendedPath() + id + ".xml";
@@ -48,7 +48,7 @@ std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListad
     files.MakeSended();
     core::LogLine("CInterface.SolicitudDispensaciones:MakeAuditor " + files.GetAuditorPath());
     files.MakeAuditor();
-    if (!objListaDispensaciones.ToXMLFile(requestFile)) Raise(32007, kMethod);
+    if (!objListaDispensaciones.ToXMLFile(requestFile)) Raise(errnum::kRequestNotExported, kMethod);
     auditor.Save(id, audMarkPetitionDone, rcvNone, {});
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(id);
 

@@ -35,7 +35,7 @@ bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
       const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
       // Seconds rounded half to even, as the old assignment of a division did.
       elapsed = static_cast<int64_t>(std::nearbyint(static_cast<double>(ms.count()) / 1000.0));
-      if (interval == 0) Raise(11, kMethod);
+      if (interval == 0) Raise(errnum::kDivisionByZero, kMethod);
       if (elapsed % interval == 0 && files.ExistResponseFile(strIdPrescripcion, fldReceived)) {
         const uint32_t attributes = os::GetAttributes(path, kMethod);
         core::LogLine("CInterface.WaitResponse: Hemos encontrado el fichero pero esta liberado???? el fichero --> " +

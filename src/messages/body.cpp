@@ -73,7 +73,7 @@ std::string Enveloped(bool withEnvelope, const std::string& header, std::string 
 
 void SaveBody(const std::string& body, const std::string& path, const std::string& source) {
   xml::Document doc;
-  if (!doc.LoadXml(body)) Raise(32003, source);
+  if (!doc.LoadXml(body)) Raise(errnum::kRequestXmlInvalid, source);
   doc.Save(path, source);
 }
 

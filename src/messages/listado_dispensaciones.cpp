@@ -26,7 +26,7 @@ bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPetic
     if (Trim(given.IDPrescripcion).empty()) given.IDPrescripcion = messages::ReserveGeneratedIdentifier(given);
     const std::string id = given.IDPrescripcion;
 
-    if (!given.IObject_RequiredFields()) Raise(32002, "CListadoDispensaciones.añadirDispensacion");
+    if (!given.IObject_RequiredFields()) Raise(errnum::kRequiredFields, "CListadoDispensaciones.añadirDispensacion");
 
     // The copy carries the reader's value as its prescription number, and neither the reader
     // nor the endorsement flag: the batch item sends what the reader read, and the receipt
@@ -76,7 +76,7 @@ std::string CListadoDispensaciones::ToString(bool withEnvelope) {
   std::string result;
   try {
     // Reported under the interface's batch call, the one place an empty batch comes from.
-    if (dispensaciones_.Count() == 0) Raise(32014, "CInterface.SolicitudDispensaciones");
+    if (dispensaciones_.Count() == 0) Raise(errnum::kNoDispensations, "CInterface.SolicitudDispensaciones");
     // Pharmacy and user travel once, from the first item; the others are not compared.
     CPeticionDispensacion& first = *dispensaciones_.Item(1);
     std::string body = "<PeticionDispensacion " + messages::Esquema() + "> ";

@@ -44,7 +44,7 @@ std::string CPeticionDispensacion::ParseDate(const std::string& text) {
     if (text.empty()) return result;
     core::LogLine("CPeticionDispensacion.ParseDate:Parseando las fechas");
     std::optional<os::LocalTime> date = vb::ReadDate(text);
-    if (!date) Raise(32004, "CPeticionDispensacion.ParseDate");
+    if (!date) Raise(errnum::kInvalidDate, "CPeticionDispensacion.ParseDate");
     result = vb::FormatYyyymmdd(*date);
   } catch (const std::exception& e) {
     core::HandleError("CPeticionDispensacion.ParseDate", e);
@@ -156,7 +156,7 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
         "CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase");
     Fire(onBeforeTransformToXML);
     xml::Document doc;
-    if (!doc.LoadXml(ToString(false))) Raise(32003, kMethod);
+    if (!doc.LoadXml(ToString(false))) Raise(errnum::kRequestXmlInvalid, kMethod);
     if (SaveSOAPMsgToFile) {
       const std::string file = os::WithSlash(CFileAdmin().GetDllPath()) + os::kLibraryTitle + ".xml";
       os::DeleteFile(file, kMethod);

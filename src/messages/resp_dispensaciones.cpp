@@ -64,9 +64,9 @@ bool CRespDispensaciones::FromXMLFile(const std::string& path) {
   bool result = false;
   try {
     xml::Document doc;
-    if (!doc.Load(path)) Raise(32009, kMethod);
+    if (!doc.Load(path)) Raise(errnum::kXmlNotLoaded, kMethod);
     // 32000 keeps the single response's text, class name included.
-    if (!IObject_FromXML(doc.ChildNodes())) Raise(32000, kMethod);
+    if (!IObject_FromXML(doc.ChildNodes())) Raise(errnum::kResponseNotFilled, kMethod);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
@@ -143,11 +143,11 @@ void CRespDispensaciones::SetInternalResponse(bool obtained) {
       AddFailureRow();
     }
   };
-  if (!obtained) step([] { Raise(32013, kMethod); });
+  if (!obtained) step([] { Raise(errnum::kForcedInternalResponse, kMethod); });
   bool haveIni = false;
   step([&] {
     haveIni = CFileAdmin().ExistIniFile();
-    if (!haveIni) Raise(32001, kMethod);
+    if (!haveIni) Raise(errnum::kIniUnreadable, kMethod);
   });
   if (!haveIni) return;
   CConfig& config = core::ThreadContext().Config;

@@ -61,8 +61,8 @@ bool CRespuestaPeticion::FromXMLFile(const std::string& path) {
   bool result = false;
   try {
     xml::Document doc;
-    if (!doc.Load(path)) Raise(32009, kMethod);
-    if (!IObject_FromXML(doc.ChildNodes())) Raise(32000, kMethod);
+    if (!doc.Load(path)) Raise(errnum::kXmlNotLoaded, kMethod);
+    if (!IObject_FromXML(doc.ChildNodes())) Raise(errnum::kResponseNotFilled, kMethod);
     result = true;
   } catch (const std::exception& e) {
     core::HandleError(kMethod, e);
@@ -138,11 +138,11 @@ void CRespuestaPeticion::SetInternalResponse(bool obtained) {
       AddErrorInterfaceEntry(err.Number, err.Description);
     }
   };
-  if (!obtained) step([] { Raise(32013, kMethod); });
+  if (!obtained) step([] { Raise(errnum::kForcedInternalResponse, kMethod); });
   bool haveIni = false;
   step([&] {
     haveIni = CFileAdmin().ExistIniFile();
-    if (!haveIni) Raise(32001, kMethod);
+    if (!haveIni) Raise(errnum::kIniUnreadable, kMethod);
   });
   if (!haveIni) return;
   CConfig& config = core::ThreadContext().Config;

@@ -39,7 +39,7 @@ struct SpawnSetup {
 
 ChildEnded SpawnDetached(const std::vector<std::string>& argv, const std::string& cwd, const std::string& source,
                          const std::vector<std::string>& environment) {
-  if (argv.empty()) throw Error(5, source, ErrorText(5));
+  if (argv.empty()) throw Error(errnum::kInvalidCall, source, ErrorText(errnum::kInvalidCall));
   if (access(argv[0].c_str(), F_OK) != 0) errors::RaiseErrno(ENOENT, source);
 
   SpawnSetup setup;

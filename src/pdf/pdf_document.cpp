@@ -11,6 +11,7 @@
 #include "pdf/pdf_writer.h"
 #include "os/clock.h"
 #include "vbcompat/dates.h"
+#include "errors/catalogue.h"
 #include "errors/error_map.h"
 #include "os/files.h"
 #include "os/paths.h"
@@ -45,12 +46,12 @@ int OpenOutput(const std::string& path, bool* created) {
 void cPDF::Own(const char* source) const {
   // Constructing a writer, or starting a document, takes the thread's output over; a writer
   // that lost it would otherwise write into the newer document or into nothing.
-  if (document_ != State().document) throw Error(5, source, ErrorText(5));
+  if (document_ != State().document) throw Error(errnum::kInvalidCall, source, ErrorText(errnum::kInvalidCall));
 }
 
 void RaisePdfCollectionError(int32_t number) {
-  if (number == 457)
-    throw Error(457, "Collection.Add", "Esta clave ya está asociada a un elemento de esta colección");
+  if (number == errnum::kDuplicateKey)
+    throw Error(errnum::kDuplicateKey, "Collection.Add", errors::Text("DUPLICATE_KEY"));
   Raise(number, "Collection.Item");
 }
 

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "pdf/pdf_writer.h"
+#include "errors/catalogue.h"
 #include "errors/error_map.h"
 #include "os/files.h"
 
@@ -39,7 +40,7 @@ namespace {
 
 constexpr double kPi = 3.1415;
 
-[[noreturn]] void RaiseBadPicture(const char* source) { throw Error(481, source, "Imagen no válida"); }
+[[noreturn]] void RaiseBadPicture(const char* source) { throw Error(errnum::kInvalidPicture, source, errors::Text("INVALID_PICTURE")); }
 
 // Larger pictures are refused rather than decoded, with a text that says why: a few bytes of a
 // crafted header can announce gigabytes, and the decoder would allocate them before finding the
@@ -79,7 +80,7 @@ PdfPicture Decode(const uint8_t* data, size_t size, const char* source) {
   if (h < 0 && h != std::numeric_limits<int>::min() && size >= 2 && data[0] == 'B' && data[1] == 'M') h = -h;
   if (w <= 0 || h <= 0) RaiseBadPicture(source);
   if (static_cast<int64_t>(w) * h > kMaxPixels)
-    throw Error(481, source, "Imagen no válida: tiene más de " + std::to_string(kMaxPixels) + " píxeles");
+    throw Error(errnum::kInvalidPicture, source, errors::Text("pdf.picture_too_large", {std::to_string(kMaxPixels)}));
   const bool alpha = channels == 2 || channels == 4;
   const int wanted = alpha ? 4 : 3;
   stbi_uc* pixels = stbi_load_from_memory(data, static_cast<int>(size), &w, &h, &channels, wanted);
@@ -121,13 +122,13 @@ void cPDF::WriteImage(const PdfPicture& picture, const std::string& name, bool g
   const char* src = "cPDF.LoadImage";
   // Everything that can fail is checked before an object number is taken, so a refused image
   // leaves no gap in the cross-reference table.
-  if (pageOpen_) Raise(5, src);  // the object would land inside the page's content stream
+  if (pageOpen_) Raise(errnum::kInvalidCall, src);  // the object would land inside the page's content stream
   if (picture.Width <= 0 || picture.Height <= 0 || picture.Width > std::numeric_limits<int16_t>::max() ||
       picture.Height > std::numeric_limits<int16_t>::max())
     RaiseBadPicture(src);
   size_t count = static_cast<size_t>(picture.Width) * static_cast<size_t>(picture.Height) * 3;
   if (picture.Pixels.size() != count) RaiseBadPicture(src);
-  if (Imagenes.Find(name)) RaisePdfCollectionError(457);
+  if (Imagenes.Find(name)) RaisePdfCollectionError(errnum::kDuplicateKey);
 
   std::string data(picture.Pixels.begin(), picture.Pixels.end());
   if (grayScale) {
@@ -142,11 +143,11 @@ void cPDF::WriteImage(const PdfPicture& picture, const std::string& name, bool g
     std::string packed(packedLength, '\0');
     if (compress(reinterpret_cast<Bytef*>(packed.data()), &packedLength,
                  reinterpret_cast<const Bytef*>(data.data()), static_cast<uLong>(data.size())) != Z_OK)
-      Raise(7, src);
+      Raise(errnum::kOutOfMemory, src);
     packed.resize(packedLength);
     data = std::move(packed);
   }
-  if (data.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(6, src);
+  if (data.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(errnum::kOverflow, src);
 
   int16_t n = pdf::NextObjectNumber();
   pdf::RegisterObject(n);
@@ -174,9 +175,9 @@ void cPDF::WImage(int32_t Top, int32_t Left, int32_t Height, int32_t Width, cons
                   double Rotation) {
   Own("cPDF.WImage");
   const char* src = "cPDF.WImage";
-  if (!Imagenes.Find(ImageName)) Raise(5, src);
+  if (!Imagenes.Find(ImageName)) Raise(errnum::kInvalidCall, src);
   int64_t y = static_cast<int64_t>(PageHeight()) - Top;
-  if (y < std::numeric_limits<int32_t>::min() || y > std::numeric_limits<int32_t>::max()) Raise(6, src);
+  if (y < std::numeric_limits<int32_t>::min() || y > std::numeric_limits<int32_t>::max()) Raise(errnum::kOverflow, src);
   WriteLine("q");
   WriteLine("1 0 0 1 " + Int(Left) + " " + Int(y) + " cm");
   if (Rotation != 0) {

@@ -17,7 +17,7 @@ void cPDF::AddOutline(const std::string& Name, const std::string& Text, const st
                       std::optional<int16_t> PercentZoom) {
   // The tree is written in the order entries were added, so a parent must come first; an entry
   // naming a parent that does not exist would have nowhere to hang.
-  if (!Parent.empty() && !Outlines.Find(Parent)) Raise(5, "cPDF.AddOutline");
+  if (!Parent.empty() && !Outlines.Find(Parent)) Raise(errnum::kInvalidCall, "cPDF.AddOutline");
   cOutline o;
   o.Name = Name;
   o.Descripcion = Text;
@@ -82,8 +82,8 @@ void cPDF::WriteOutlines(int16_t root) {
 void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
   Own("cPDF.CreaBloque");
   const char* src = "cPDF.CreaBloque";
-  if (pageOpen_) Raise(5, src);  // the object would land inside the page's content stream
-  if (Bloques.Find(Name)) RaisePdfCollectionError(457);
+  if (pageOpen_) Raise(errnum::kInvalidCall, src);  // the object would land inside the page's content stream
+  if (Bloques.Find(Name)) RaisePdfCollectionError(errnum::kDuplicateKey);
 
   const std::string text = os::ReadFileOrRaise(Archivo, src);
 
@@ -112,7 +112,7 @@ void cPDF::CreaBloque(const std::string& Name, const std::string& Archivo) {
 
 void cPDF::WBloque(const std::string& Name) {
   Own("cPDF.WBloque");
-  if (!Bloques.Find(Name)) Raise(5, "cPDF.WBloque");
+  if (!Bloques.Find(Name)) Raise(errnum::kInvalidCall, "cPDF.WBloque");
   WriteLine("/" + Name + " Do");
 }
 

@@ -64,11 +64,11 @@ double ValueNumber(const PdfValue& v, const char* source) {
     if (used == s.size()) return d;
   } catch (const std::logic_error&) {
   }
-  Raise(13, source);
+  Raise(errnum::kTypeMismatch, source);
 }
 
 const PdfValue& Arg(const std::vector<PdfValue>& v, size_t i) {
-  if (i >= v.size()) Raise(9, "cPDF.WTextCode");
+  if (i >= v.size()) Raise(errnum::kSubscriptOutOfRange, "cPDF.WTextCode");
   return v[i];
 }
 
@@ -164,7 +164,7 @@ void cFont::LoadFontTTF(const std::string& name, const std::string& baseFont, co
 
 void cFont::EmbedFontData(std::vector<uint8_t> bytes) {
   auto m = fonts::MeasureFontBytes(bytes.data(), bytes.size());
-  if (!m) Raise(5, "cFont.EmbedFontData");
+  if (!m) Raise(errnum::kInvalidCall, "cFont.EmbedFontData");
   embedded_ = std::move(bytes);
   fType = TrueType;
   Measured = false;
@@ -192,7 +192,7 @@ void cFont::Measure() {
     SplitType1Name(BaseFont, &family, &bold, &italic);
     m = fonts::MeasureSystemFont(family, bold, italic);
   }
-  if (!m) Raise(5, "cFont.Measure");
+  if (!m) Raise(errnum::kInvalidCall, "cFont.Measure");
   Widths = m->widths;
   Widths[0] = 0;
   Ascent = m->ascent;
@@ -243,7 +243,7 @@ void cPDF::WriteFont(cFont& font) {
     std::string packed(packedLength, '\0');
     if (compress(reinterpret_cast<Bytef*>(packed.data()), &packedLength, raw.data(),
                  static_cast<uLong>(raw.size())) != Z_OK)
-      Raise(7, "cPDF.PDFClose");
+      Raise(errnum::kOutOfMemory, "cPDF.PDFClose");
     packed.resize(packedLength);
     fileObj = NextObjectNumber();
     RegisterObject(fileObj);
@@ -308,7 +308,7 @@ void cPDF::WriteFont(cFont& font) {
 
 cFont& cPDF::FontFor(const std::string& name, const char* source) {
   cFont* f = Fonts.Find(name);
-  if (!f) Raise(5, source);
+  if (!f) Raise(errnum::kInvalidCall, source);
   return *f;
 }
 

@@ -22,7 +22,7 @@ thread_local WriterState tState;
 
 void AddToOffset(size_t count) {
   int64_t next = static_cast<int64_t>(tState.offset) + static_cast<int64_t>(count);
-  if (next > std::numeric_limits<int32_t>::max()) Raise(6, "cPDF.WriteLine");
+  if (next > std::numeric_limits<int32_t>::max()) Raise(errnum::kOverflow, "cPDF.WriteLine");
   tState.offset = static_cast<int32_t>(next);
 }
 
@@ -111,7 +111,7 @@ void WriteBytes(std::string_view bytes, bool appendCR) { Append(bytes, appendCR)
 
 int16_t NextObjectNumber() {
   int32_t next = tState.objectCounter + 1;
-  if (next > std::numeric_limits<int16_t>::max()) Raise(6, "cPDF.NextObjectNumber");
+  if (next > std::numeric_limits<int16_t>::max()) Raise(errnum::kOverflow, "cPDF.NextObjectNumber");
   if (next >= 2 && next <= 4) next = 5;
   tState.objectCounter = static_cast<int16_t>(next);
   return tState.objectCounter;
@@ -199,13 +199,13 @@ std::string ColorTriple(int32_t color) {
 
 int16_t Sub16(int32_t a, int32_t b, const char* source) {
   int32_t r = a - b;
-  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(6, source);
+  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(errnum::kOverflow, source);
   return static_cast<int16_t>(r);
 }
 
 int16_t Add16(int32_t a, int32_t b, const char* source) {
   int32_t r = a + b;
-  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(6, source);
+  if (r < std::numeric_limits<int16_t>::min() || r > std::numeric_limits<int16_t>::max()) Raise(errnum::kOverflow, source);
   return static_cast<int16_t>(r);
 }
 

@@ -1,22 +1,25 @@
 #include "soap/soap_error.h"
 
+#include "errors/catalogue.h"
 #include "velmora/error.h"
 
 namespace velmora::soap {
 
 const char* SoapFailureText(SoapFailure kind) {
+  // Catalogue texts are literals, so their bytes end in a NUL.
+  auto text = [](errors::Key key) { return key.entry->text.data(); };
   switch (kind) {
-    case SoapFailure::Description: return "Descripción del servicio (WSDL) no válida";
-    case SoapFailure::Fault: return "SOAP Fault";
-    case SoapFailure::HttpStatus: return "Error HTTP";
-    case SoapFailure::ProxyAuth: return "El proxy rechazó las credenciales (HTTP 407)";
-    case SoapFailure::Malformed: return "Respuesta SOAP mal formada";
-    case SoapFailure::Transport: return "Error de conexión";
-    case SoapFailure::Timeout: return "Tiempo de espera agotado";
-    case SoapFailure::Usage: return "Llamada SOAP no válida";
-    case SoapFailure::Downgrade: return "Se rechaza pasar de https a http";
+    case SoapFailure::Description: return text("soap.description");
+    case SoapFailure::Fault: return text("soap.fault");
+    case SoapFailure::HttpStatus: return text("soap.http_status");
+    case SoapFailure::ProxyAuth: return text("soap.proxy_auth");
+    case SoapFailure::Malformed: return text("soap.malformed");
+    case SoapFailure::Transport: return text("soap.transport");
+    case SoapFailure::Timeout: return text("soap.timeout");
+    case SoapFailure::Usage: return text("soap.usage");
+    case SoapFailure::Downgrade: return text("soap.downgrade");
   }
-  return "Error SOAP";
+  return text("SOAP_CLIENT");
 }
 
 void RaiseSoapError(SoapFailure kind, const std::string& source, const std::string& detail) {

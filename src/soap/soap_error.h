@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <string>
 
+#include "velmora/error_codes.h"
+
 namespace velmora::soap {
 
 // Every failure of the SOAP client carries this one number (the COM E_FAIL that the old client
 // surfaced to its callers); what happened is in the description, which names its kind first so
 // that a log reader can tell a service's verdict from a network fault.
-inline constexpr int32_t kSoapClientError = -2147467259;
+inline constexpr int32_t kSoapClientError = errnum::kSoapClient;
 
 enum class SoapFailure {
   Description,  // the service description could not be had or read

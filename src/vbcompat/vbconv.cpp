@@ -120,7 +120,7 @@ std::optional<int64_t> RoundDecimal(const Decimal& d, uint64_t limit) {
 
 int64_t Convert(std::string_view text, const std::string& source, int bits) {
   const auto parsed = ParseNumber(text);
-  if (!parsed) RaiseNumber(13, source);
+  if (!parsed) RaiseNumber(errnum::kTypeMismatch, source);
   const int64_t min = bits == 16 ? std::numeric_limits<int16_t>::min() : std::numeric_limits<int32_t>::min();
   const int64_t max = bits == 16 ? std::numeric_limits<int16_t>::max() : std::numeric_limits<int32_t>::max();
   if (parsed->isRadix) {
@@ -129,10 +129,10 @@ int64_t Convert(std::string_view text, const std::string& source, int bits) {
     const uint64_t span = uint64_t{1} << bits;
     if (v < span) return v > static_cast<uint64_t>(max) ? static_cast<int64_t>(v) - static_cast<int64_t>(span)
                                                         : static_cast<int64_t>(v);
-    RaiseNumber(6, source);
+    RaiseNumber(errnum::kOverflow, source);
   }
   const auto value = RoundDecimal(parsed->decimal, static_cast<uint64_t>(max) + 1);
-  if (!value || *value < min || *value > max) RaiseNumber(6, source);
+  if (!value || *value < min || *value > max) RaiseNumber(errnum::kOverflow, source);
   return *value;
 }
 
@@ -197,16 +197,16 @@ double Val(std::string_view text, const std::string& source) {
   if (ec == std::errc::result_out_of_range) {
     // Tiny magnitudes underflow to zero; huge ones overflow.
     const auto e = number.find('e');
-    if (e == std::string::npos || number[e + 1] != '-') RaiseNumber(6, source);
+    if (e == std::string::npos || number[e + 1] != '-') RaiseNumber(errnum::kOverflow, source);
     value = 0;
   }
-  if (std::isinf(value)) RaiseNumber(6, source);
+  if (std::isinf(value)) RaiseNumber(errnum::kOverflow, source);
   return negative ? -value : value;
 }
 
 int32_t RoundToInt32(double value, const std::string& source) {
   const double r = std::nearbyint(value);
-  if (!(r >= -2147483648.0 && r <= 2147483647.0)) RaiseNumber(6, source);
+  if (!(r >= -2147483648.0 && r <= 2147483647.0)) RaiseNumber(errnum::kOverflow, source);
   return static_cast<int32_t>(r);
 }
 

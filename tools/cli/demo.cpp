@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "commands.h"
+#include "texts.h"
 #include "verdict.h"
 
 extern char** environ;
@@ -128,19 +129,19 @@ int Demo(std::ostream& out, std::ostream& err) {
   const std::string libraryFolder = CFileAdmin().GetDllPath();
   const std::string root = "/tmp/velmora-demo-" + std::to_string(getuid()) + "/";
   if (!FreshPrivateFolder(root)) {
-    err << "velmora demo: " << root << " is not a folder of this user's that can be emptied\n";
+    err << Say("cli.demo.folder_unusable", {root}) << "\n";
     return 1;
   }
   {
     std::ifstream in(IniTemplate(libraryFolder), std::ios::binary);
     if (!in) {
-      err << "velmora demo: no velmora.ini to start from (" << IniTemplate(libraryFolder) << ")\n";
+      err << Say("cli.demo.no_ini", {IniTemplate(libraryFolder)}) << "\n";
       return 1;
     }
     std::ofstream(root + "velmora.ini", std::ios::binary) << in.rdbuf();
   }
   if (symlink((libraryFolder + "executor.exe").c_str(), (root + "executor.exe").c_str()) != 0) {
-    err << "velmora demo: cannot link " << libraryFolder << "executor.exe\n";
+    err << Say("cli.demo.cannot_link", {libraryFolder}) << "\n";
     return 1;
   }
   setenv("VELMORA_HOME", root.c_str(), 1);
@@ -156,27 +157,27 @@ int Demo(std::ostream& out, std::ostream& err) {
   Simulator sim(simulator, portFile, scenarios);
   const int port = sim.Started() ? WaitForPort(portFile) : 0;
   if (port == 0) {
-    err << "velmora demo: the simulator did not start (" << simulator << ")\n";
+    err << Say("cli.demo.no_simulator", {simulator}) << "\n";
     return 1;
   }
   const std::string wsdl = "http://127.0.0.1:" + std::to_string(port) + "/dispensacion?wsdl";
   if (!WritePrivateProfileStringEx(ini, "Configuracion", "Servicio", wsdl)) {
-    err << "velmora demo: cannot write " << ini << "\n";
+    err << Say("cli.demo.cannot_write", {ini}) << "\n";
     return 1;
   }
-  out << "runtime folder: " << root << "\nsimulator: " << wsdl << "\n";
+  out << Say("cli.demo.started", {root, wsdl}) << "\n";
 
   int failures = 0;
   {
     CInterface iface;
-    out << "\n== one dispensation ==\n";
+    out << "\n" << Say("cli.demo.single") << "\n";
     auto request = DemoRequest(1, "600000");
     auto single = iface.SolicitudDispensacion(request);
-    out << "IDPrescripcion: " << request.IDPrescripcion << "\n";
+    out << Say("cli.single", {request.IDPrescripcion}) << "\n";
     PrintVerdict(out, *single, iface.Errores());
     if (!single->DatosValidos || !single->DispensacionRealizada()) ++failures;
 
-    out << "\n== a batch of five, printed ==\n";
+    out << "\n" << Say("cli.demo.batch") << "\n";
     CListadoDispensaciones list;
     for (int n = 1; n <= 5; ++n) {
       auto item = DemoRequest(n, "65432" + std::to_string(n));
@@ -188,8 +189,7 @@ int Demo(std::ostream& out, std::ostream& err) {
   }
   unlink(portFile.c_str());
   unlink(scenarios.c_str());
-  out << "\nreceipt: " << root << "velmora.pdf\nlog: " << root << "velmora.log\naudit: " << root
-      << "Auditoria/audit.log\n";
+  out << "\n" << Say("cli.demo.where", {root}) << "\n";
   return failures == 0 ? 0 : 1;
 }
 

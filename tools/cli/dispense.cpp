@@ -8,6 +8,7 @@
 
 #include "commands.h"
 #include "request_file.h"
+#include "texts.h"
 #include "verdict.h"
 
 namespace velmora::cli {
@@ -39,7 +40,7 @@ class Progress {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start_).count();
     if (seconds == last_) return;
     last_ = seconds;
-    err_ << "\rwaiting for the answer... " << seconds << " s" << std::flush;
+    err_ << "\r" << Say("cli.waiting", {std::to_string(seconds)}) << std::flush;
     drawn_ = true;
   }
 
@@ -63,7 +64,7 @@ ExitCode Verdict(const Response& response) {
 int Dispense(const std::string& file, bool print, bool json, std::ostream& out, std::ostream& err) {
   std::ifstream in(file, std::ios::binary);
   if (!in) {
-    err << "velmora: cannot read " << file << "\n";
+    err << Say("cli.cannot_read", {file}) << "\n";
     return kUsage;
   }
   std::ostringstream text;
@@ -72,7 +73,7 @@ int Dispense(const std::string& file, bool print, bool json, std::ostream& out, 
   try {
     requests = ParseRequestFile(text.str());
   } catch (const std::invalid_argument& e) {
-    err << "velmora: " << file << ": " << e.what() << "\n";
+    err << Say("cli.bad_request_file", {file, e.what()}) << "\n";
     return kUsage;
   }
 
@@ -84,13 +85,13 @@ int Dispense(const std::string& file, bool print, bool json, std::ostream& out, 
     std::string missing;
     for (const std::string& name : filled[i].MissingFields()) missing += (missing.empty() ? "" : ", ") + name;
     if (!missing.empty()) {
-      err << "velmora: " << file << ": " << (requests.batch ? "[Dispensacion" + std::to_string(i + 1) + "]" : "[Dispensacion]")
-          << " misses or cannot use: " << missing << "\n";
+      const std::string section = requests.batch ? "[Dispensacion" + std::to_string(i + 1) + "]" : "[Dispensacion]";
+      err << Say("cli.missing_fields", {file, section, missing}) << "\n";
       return kUsage;
     }
   }
   if (print && !requests.batch) {
-    err << "velmora: --print prints the receipt of a batch; " << file << " holds a single [Dispensacion]\n";
+    err << Say("cli.print_needs_batch", {file}) << "\n";
     return kUsage;
   }
 
@@ -104,7 +105,7 @@ int Dispense(const std::string& file, bool print, bool json, std::ostream& out, 
     if (json)
       PrintJson(out, request.IDPrescripcion, *response, iface.Errores());
     else
-      PrintVerdict(out << "IDPrescripcion: " << request.IDPrescripcion << "\n", *response, iface.Errores());
+      PrintVerdict(out << Say("cli.single", {request.IDPrescripcion}) << "\n", *response, iface.Errores());
     return Verdict(*response);
   }
   CListadoDispensaciones list;
@@ -115,7 +116,7 @@ int Dispense(const std::string& file, bool print, bool json, std::ostream& out, 
   if (json)
     PrintJson(out, id, *response, iface.Errores());
   else
-    PrintVerdict(out << "batch: " << id << "\n", *response, iface.Errores());
+    PrintVerdict(out << Say("cli.batch", {id}) << "\n", *response, iface.Errores());
   return Verdict(*response);
 }
 

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "json.h"
+#include "texts.h"
 #include "velmora/interface.h"
 
 namespace velmora::cli {
@@ -53,16 +54,16 @@ std::string Json(const CDispensacionPendiente& p) {
 void Text(std::ostream& out, const CDispensacionPendiente& p) {
   out << p.IDPrescripcion << "  " << (p.Resultado != rnvNinguno ? ResultName(p.Resultado) : StateName(p.Estado))
       << "  " << (p.Fecha.empty() ? "-" : p.Fecha) << "  " << (p.TipoRespuesta ? FallbackName(p.TipoRespuesta) : "-")
-      << (p.EjecutorActivo ? "  (executor still running)" : "") << "\n";
+      << (p.EjecutorActivo ? Say("cli.executor_running") : "") << "\n";
   if (!p.Veredicto) return;
-  out << "  verdict: " << (p.DispensacionRealizada ? "ACCEPTED" : "NOT ACCEPTED") << "\n";
+  out << Say("cli.verdict", {Say(p.DispensacionRealizada ? "cli.accepted" : "cli.not_accepted")}) << "\n";
   for (size_t i = 0; i < p.Codigos.size(); ++i)
     out << "    " << p.Codigos[i] << "  " << (i < p.Textos.size() ? p.Textos[i] : "") << "\n";
 }
 
 void Print(std::ostream& out, const char* key, const std::vector<CDispensacionPendiente>& items, bool json) {
   if (!json) {
-    if (items.empty()) out << "nothing pending\n";
+    if (items.empty()) out << Say("cli.nothing_pending") << "\n";
     for (const auto& p : items) Text(out, p);
     return;
   }
@@ -77,7 +78,7 @@ int Left(CPendientes& pending) {
 }
 
 bool Ready(CInterface& iface, std::ostream& err) {
-  if (!iface.Enabled()) err << "velmora: the configuration did not load (see the log)\n";
+  if (!iface.Enabled()) err << Say("cli.no_configuration") << "\n";
   return iface.Enabled();
 }
 
@@ -108,10 +109,10 @@ int Ack(const std::string& id, std::ostream& out, std::ostream& err) {
   if (!Ready(iface, err)) return kCannot;
   CPendientes pending(iface);
   if (!pending.ConfirmarVeredicto(id)) {
-    err << "velmora: " << id << " has no late verdict to acknowledge\n";
+    err << Say("cli.no_late_verdict", {id}) << "\n";
     return kCannot;
   }
-  out << id << "  confirmed\n";
+  out << Say("cli.acknowledged", {id}) << "\n";
   return Left(pending);
 }
 

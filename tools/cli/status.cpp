@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "json.h"
+#include "texts.h"
 #include "velmora/core.h"
 
 namespace velmora::cli {
@@ -17,7 +18,8 @@ int Status(std::ostream& out, bool json) {
   const std::string recibidos = GetPrivateProfileStringEx(ini, "MensajeSOAP", "Recibidos");
   struct stat st{};
   const std::string log = files.LogFilePath();
-  const std::string logSize = stat(log.c_str(), &st) == 0 ? std::to_string(st.st_size) + " bytes" : "not written yet";
+  const std::string logSize =
+      stat(log.c_str(), &st) == 0 ? Say("cli.status.log_size", {std::to_string(st.st_size)}) : Say("cli.status.log_missing");
   if (json) {
     out << "{\"passed\":" << (passed ? "true" : "false") << ",\"checks\":[";
     for (size_t i = 0; i < checks.size(); ++i)
@@ -25,9 +27,9 @@ int Status(std::ostream& out, bool json) {
           << (checks[i].passed ? "true" : "false") << ",\"detail\":" << Quoted(checks[i].detail) << "}";
     out << "],\"log\":" << Quoted(log) << "}\n";
   } else {
-    for (const Check& c : checks) out << (c.passed ? "PASS  " : "FAIL  ") << c.name << ": " << c.detail << "\n";
-    out << "sent " << enviados << ", received " << recibidos << "; log " << log << " " << logSize << "\n";
-    out << (passed ? "all checks passed\n" : "some checks FAILED\n");
+    for (const Check& c : checks) out << Say(c.passed ? "cli.status.pass" : "cli.status.fail", {c.name, c.detail}) << "\n";
+    out << Say("cli.status.totals", {enviados, recibidos, log, logSize}) << "\n";
+    out << Say(passed ? "cli.status.all_passed" : "cli.status.some_failed") << "\n";
   }
   return passed ? 0 : 1;
 }

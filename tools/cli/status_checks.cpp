@@ -9,6 +9,7 @@
 #include "os/attributes.h"
 #include "vbcompat/vbconv.h"
 #include "status.h"
+#include "texts.h"
 #include "velmora/executor.h"
 
 namespace velmora::cli {
@@ -72,14 +73,14 @@ std::string Converted(Kind kind, const std::string& raw) {
   constexpr const char* kSource = "velmora status";
   switch (kind) {
     case Kind::kText: return "\"" + raw + "\"";
-    case Kind::kSecret: return raw.empty() ? "(empty)" : "(set)";
+    case Kind::kSecret: return Say(raw.empty() ? "cli.status.empty" : "cli.status.set");
     case Kind::kInt16: return std::to_string(vb::ToInt16(raw, kSource));
     case Kind::kInt32: return std::to_string(vb::ToInt32(raw, kSource));
     case Kind::kNumber: return std::to_string(vb::RoundToInt32(vb::Val(raw, kSource), kSource));
     case Kind::kOptionalInt:
-      return vb::IsNumeric(raw) ? std::to_string(vb::ToInt32(raw, kSource)) : "\"" + raw + "\" (not used)";
+      return vb::IsNumeric(raw) ? std::to_string(vb::ToInt32(raw, kSource)) : Say("cli.status.not_used", {raw});
     case Kind::kFile:
-      if (!raw.empty() && !std::ifstream(raw)) throw std::runtime_error("cannot read the file \"" + raw + "\"");
+      if (!raw.empty() && !std::ifstream(raw)) throw std::runtime_error(Say("cli.status.unreadable_file", {raw}));
       return "\"" + raw + "\"";
   }
   return raw;
@@ -90,13 +91,13 @@ Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
   Check check{std::string("[").append(key.section).append("] ").append(key.key), true, {}};
   if (key.proxyOnly && !proxyInUse) {
     check.detail = Converted(Kind::kText, key.kind == Kind::kSecret ? Converted(key.kind, raw) : raw) +
-                   " (not used: UtilizarProxy is off)";
+                   " " + Say("cli.status.proxy_off");
     return check;
   }
   try {
     check.detail = Converted(key.kind, raw);
   } catch (const Error& e) {
-    check.detail = "\"" + raw + "\": error " + std::to_string(e.Number) + ", " + e.Description;
+    check.detail = Say("cli.status.bad_value", {raw, std::to_string(e.Number), e.Description});
     check.passed = false;
   } catch (const std::exception& e) {
     check.detail = e.what();
@@ -106,19 +107,19 @@ Check IniKey(const std::string& ini, const Key& key, bool proxyInUse) {
 }
 
 Check RuntimeFolderCheck(const std::string& root) {
-  Check check{"runtime folder", false, root};
+  Check check{Say("cli.status.runtime_folder"), false, root};
   struct stat st{};
   const char* home = getenv("VELMORA_HOME");
   if (home && *home && *home != '/')
-    check.detail += std::string(": VELMORA_HOME \"") + home + "\" is relative, so the folder depends on where the host starts";
+    check.detail += ": " + Say("cli.status.home_relative", {home});
   else if (root.empty() || root.front() != '/')
-    check.detail += ": not an absolute path (set VELMORA_HOME to one)";
+    check.detail += ": " + Say("cli.status.not_absolute");
   else if (root.find_first_of(" \t") != std::string::npos)
-    check.detail += ": holds a blank, and executor.exe's command line is split at blanks";
+    check.detail += ": " + Say("cli.status.blank");
   else if (stat(root.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
-    check.detail += ": not a folder";
+    check.detail += ": " + Say("cli.status.not_folder");
   else if (access(root.c_str(), W_OK | X_OK) != 0)
-    check.detail += ": cannot be written";
+    check.detail += ": " + Say("cli.status.not_writable");
   else
     check.passed = true;
   return check;
@@ -129,9 +130,9 @@ Check ExecutorCheck(const std::string& root) {
   Check check{"executor.exe", false, path};
   struct stat st{};
   if (stat(path.c_str(), &st) != 0)
-    check.detail += ": missing (link it from the library's folder)";
+    check.detail += ": " + Say("cli.status.executor_missing");
   else if (!S_ISREG(st.st_mode) || access(path.c_str(), X_OK) != 0)
-    check.detail += ": not an executable file";
+    check.detail += ": " + Say("cli.status.not_executable");
   else
     check.passed = true;
   return check;
@@ -139,16 +140,16 @@ Check ExecutorCheck(const std::string& root) {
 
 Check WorkingFolder(const std::string& folder) {
   const std::string path = folder.substr(0, folder.size() - 1);  // a file named so must show
-  Check check{"folder " + path, true, "present"};
+  Check check{Say("cli.status.folder", {path}), true, Say("cli.status.present")};
   struct stat st{};
   if (stat(path.c_str(), &st) != 0) {
-    check.detail = "missing (the library makes it on first use)";
+    check.detail = Say("cli.status.folder_missing");
   } else if (!S_ISDIR(st.st_mode)) {
     check.passed = false;
-    check.detail = "not a folder";
+    check.detail = Say("cli.status.not_folder");
   } else if (access(folder.c_str(), W_OK | X_OK) != 0) {
     check.passed = false;
-    check.detail = "cannot be written";
+    check.detail = Say("cli.status.not_writable");
   }
   return check;
 }
@@ -159,17 +160,17 @@ Check AttributesCheck(const std::string& received, const std::string& root) {
   struct stat st{};
   const std::string folder = stat(received.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? received : root;
   const std::string probe = folder + ".velmora-status-probe";
-  Check check{"hidden mark (extended attributes)", false, folder};
+  Check check{Say("cli.status.attributes"), false, folder};
   if (!std::ofstream(probe)) {
-    check.detail += ": cannot make a file to try it on";
+    check.detail += ": " + Say("cli.status.no_probe");
     return check;
   }
   try {
     os::SetAttributes(probe, os::kAttrHidden, "velmora status");
     check.passed = os::GetAttributes(probe, "velmora status") == os::kAttrHidden;
-    if (!check.passed) check.detail += ": the mark does not read back";
+    if (!check.passed) check.detail += ": " + Say("cli.status.mark_lost");
   } catch (const Error& e) {
-    check.detail += ": " + e.Description + " (mount it with user extended attributes)";
+    check.detail += ": " + Say("cli.status.no_user_xattr", {e.Description});
   }
   unlink(probe.c_str());
   return check;
@@ -181,10 +182,10 @@ Check AttributesCheck(const std::string& received, const std::string& root) {
 Check ServiceCheck(const std::string& root, const std::string& service) {
   unlink((root + "velmora.wsdl.cache").c_str());
   CExecutor executor;
-  Check check{"service description", executor.ConectarServicio(), service};
+  Check check{Say("cli.status.service"), executor.ConectarServicio(), service};
   if (!check.passed)
     for (const auto& e : executor.Errores().Errores())
-      check.detail += ": error " + std::to_string(e.Number) + ", " + e.Description;
+      check.detail += ": " + Say("cli.status.service_error", {std::to_string(e.Number), e.Description});
   return check;
 }
 
@@ -196,7 +197,7 @@ std::vector<Check> RunChecks() {
   const std::string ini = files.IniFilePath();
   std::vector<Check> checks = {RuntimeFolderCheck(root), ExecutorCheck(root)};
   const bool iniThere = access(ini.c_str(), R_OK) == 0;
-  checks.push_back({"velmora.ini", iniThere, ini + (iniThere ? "" : ": missing or unreadable")});
+  checks.push_back({"velmora.ini", iniThere, ini + (iniThere ? "" : ": " + Say("cli.status.ini_missing"))});
   if (iniThere) {
     bool proxyInUse = false;
     try {

@@ -1,6 +1,7 @@
 #include "verdict.h"
 
 #include "json.h"
+#include "texts.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,10 +10,10 @@ namespace velmora::cli {
 
 namespace {
 
-void PrintList(std::ostream& out, const char* label, const Collection<std::string>& codes,
+void PrintList(std::ostream& out, const std::string& label, const Collection<std::string>& codes,
                const Collection<std::string>& texts) {
   out << label << ":";
-  if (codes.Count() == 0 && texts.Count() == 0) out << " none";
+  if (codes.Count() == 0 && texts.Count() == 0) out << " " << Say("cli.none");
   out << "\n";
   for (size_t i = 1; i <= std::max(codes.Count(), texts.Count()); ++i) {
     const std::string* code = codes.Item(i);
@@ -22,11 +23,12 @@ void PrintList(std::ostream& out, const char* label, const Collection<std::strin
 }
 
 void PrintFailure(std::ostream& out, const std::string& failure) {
-  if (!failure.empty()) out << "executor.exe: " << failure << "\n";
+  if (!failure.empty()) out << Say("cli.executor_failure", {failure}) << "\n";
 }
 
 void PrintErrors(std::ostream& out, CError& errors) {
-  for (const auto& e : errors.Errores()) out << "  error " << e.Number << " (" << e.Source << "): " << e.Description << "\n";
+  for (const auto& e : errors.Errores())
+    out << Say("cli.error", {std::to_string(e.Number), e.Source, e.Description}) << "\n";
 }
 
 const char* Bool(bool b) { return b ? "true" : "false"; }
@@ -56,20 +58,20 @@ const char* ResponseTypeName(int32_t type) {
 }
 
 void PrintVerdict(std::ostream& out, const CRespuestaPeticion& r, CError& errors) {
-  out << (r.DispensacionRealizada() ? "ACCEPTED" : "NOT ACCEPTED") << " (" << ResponseTypeName(r.TipoRespuesta) << ")\n";
-  out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
-  out << "NAvisos: " << r.m_intNAvisos << "  NMotivosRechazo: " << r.m_intNMotivosRechazo << "\n";
-  PrintList(out, "avisos", r.m_colCodigoAviso, r.m_colTextoAviso);
-  PrintList(out, "motivos de rechazo", r.m_colCodigoMotivosRechazo, r.m_colTextoMotivosRechazo);
+  out << Say(r.DispensacionRealizada() ? "cli.accepted" : "cli.not_accepted") << " (" << ResponseTypeName(r.TipoRespuesta) << ")\n";
+  out << Say("cli.datos_validos", {r.DatosValidos ? "True" : "False"}) << "\n";
+  out << Say("cli.counts", {std::to_string(r.m_intNAvisos), std::to_string(r.m_intNMotivosRechazo)}) << "\n";
+  PrintList(out, Say("cli.avisos"), r.m_colCodigoAviso, r.m_colTextoAviso);
+  PrintList(out, Say("cli.motivos"), r.m_colCodigoMotivosRechazo, r.m_colTextoMotivosRechazo);
   PrintFailure(out, r.FalloEjecutor);
   PrintErrors(out, errors);
 }
 
 void PrintVerdict(std::ostream& out, const CRespDispensaciones& r, CError& errors) {
-  out << (r.DispensacionRealizada() ? "BATCH ACCEPTED" : "BATCH NOT ACCEPTED WHOLE") << " (" << ResponseTypeName(r.TipoRespuesta)
-      << ")\n";
-  out << "DatosValidos: " << (r.DatosValidos ? "True" : "False") << "\n";
-  out << "rows: " << r.ResultadoDispensacion().Count() << "\n";
+  out << Say(r.DispensacionRealizada() ? "cli.batch_accepted" : "cli.batch_not_accepted") << " ("
+      << ResponseTypeName(r.TipoRespuesta) << ")\n";
+  out << Say("cli.datos_validos", {r.DatosValidos ? "True" : "False"}) << "\n";
+  out << Say("cli.rows", {std::to_string(r.ResultadoDispensacion().Count())}) << "\n";
   for (const auto& row : r.ResultadoDispensacion())
     out << "  " << row.Codigo << "  " << row.CodigoDispensado << "  " << row.TipoRespuesta << "  " << row.Description
         << "\n";
