@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/clock.h"
@@ -80,9 +81,7 @@ CAuditor::CAuditor() {
 bool CAuditor::Save(const std::string& strIdPrescripcion, int32_t intAction, int32_t intResponse,
                     const std::string& strTextResponse) {
   constexpr const char* kMethod = "CAuditor.Save";
-  core::TraceScope trace(kMethod, strIdPrescripcion);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = strIdPrescripcion}, [&](bool& result) {
     if (!enable_) {
       result = true;
     } else {
@@ -113,18 +112,12 @@ bool CAuditor::Save(const std::string& strIdPrescripcion, int32_t intAction, int
       }
       result = true;
     }
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+  });
 }
 
 bool CAuditor::StoreInDelayed(const std::string& strIdPrescripcion) {
   constexpr const char* kMethod = "CAuditor.StoreInDelayed";
-  core::TraceScope trace(kMethod, strIdPrescripcion);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = strIdPrescripcion}, [&] {
     // The source names Save on purpose: log readers group the trail's errors under it.
     if (strIdPrescripcion.empty()) Raise(errnum::kNoPrescriptionId, "CAuditor.Save");
     // Late means the till was given another answer (a default or internal one). "srv" says the
@@ -138,12 +131,8 @@ bool CAuditor::StoreInDelayed(const std::string& strIdPrescripcion) {
     const std::string given =
         record ? ini::Lookup(*record, strIdPrescripcion, "RESPUESTA_GENERADA").value_or("") : "";
     read.Result(given);
-    result = !given.empty() && given != "srv";
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return !given.empty() && given != "srv";
+  });
 }
 
 }  // namespace velmora

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "core/boundary.h"
 #include "core/layout.h"
 #include "os/files.h"
 #include "os/process.h"
@@ -88,14 +89,15 @@ bool DecodeTrailChange(std::string_view in, QueuedTrailChange& change) {
 }
 
 bool QueueTrailChange(const std::string& file, const std::string& section, const TrailKeys& keys) {
-  try {
-    os::MakeDirectory(TrailQueueFolder(os::FolderOf(file)), "CAuditor.Save");
-    os::WriteFileAtomic(NextName(file), EncodeTrailChange(section, keys), "CAuditor.Save");
-  } catch (const std::exception&) {
-    if (errno == 0) errno = EIO;
-    return false;
-  }
-  return true;
+  // Reported as every trail write is: false, with errno saying why.
+  return core::Caught(
+      [&] {
+        os::MakeDirectory(TrailQueueFolder(os::FolderOf(file)), "CAuditor.Save");
+        os::WriteFileAtomic(NextName(file), EncodeTrailChange(section, keys), "CAuditor.Save");
+      },
+      [](const std::exception&) {
+        if (errno == 0) errno = EIO;
+      });
 }
 
 std::vector<QueuedTrailChange> QueuedTrailChanges(const std::string& file) {

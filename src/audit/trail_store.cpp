@@ -8,6 +8,7 @@
 #include <map>
 #include <unordered_set>
 
+#include "core/boundary.h"
 #include "core/layout.h"
 #include "os/file_io.h"
 #include "os/files.h"
@@ -317,11 +318,8 @@ class Trail {
     Sign(header);
     std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
     bytes.append(reinterpret_cast<const char*>(table.data()), table.size() * sizeof(Slot));
-    try {
-      os::WriteFileAtomic(TrailIndexPath(file_), bytes, "CAuditor.Save");
-    } catch (const std::exception&) {
-      return false;
-    }
+    // The index is a shortcut: one that cannot be written is reported as a failed build.
+    if (!core::Quietly([&] { os::WriteFileAtomic(TrailIndexPath(file_), bytes, "CAuditor.Save"); })) return false;
     index_.reset(os::OpenRegular(TrailIndexPath(file_), O_RDWR | O_NOFOLLOW));
     header_ = header;
     return index_.valid();

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "errors/error_map.h"
 #include "ini/profile.h"
@@ -44,9 +45,7 @@ void CConfig::IntervaloComprobacion(int16_t value) {
 
 bool CConfig::LoadIni() {
   constexpr const char* kMethod = "CConfig.LoadIni";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     auto read = [&](const char* section, const char* key) { return GetPrivateProfileStringEx(IniFile, section, key); };
     auto int16 = [&](const char* section, const char* key) { return vb::ToInt16(read(section, key), kMethod); };
 
@@ -68,18 +67,12 @@ bool CConfig::LoadIni() {
     intervaloComprobacion_ = int16("Asincrono", "IntervaloComprobacion");
     TamanioMaximoLog = vb::RoundToInt32(vb::Val(read("Configuracion", "TamanioMaximoLog"), kMethod), kMethod);
     codigoDispensacionOk_ = read("Configuracion", "CodigoDispensacionCorrecta");
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 bool CConfig::UpdateCounter(const char* method, const char* key) {
-  core::TraceScope trace(method);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = method}, [&] {
     // The whole read-add-write runs under the folder lock: two processes counting at once
     // must both be counted.
     const bool written =
@@ -91,12 +84,8 @@ bool CConfig::UpdateCounter(const char* method, const char* key) {
     // A read-only ini, a lock that never came free, a FIFO in the ini's place: logged, counted
     // as not done.
     if (!written) errors::RaiseErrno(errno, method);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(method, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 bool CConfig::UpdateAndSaveSended() { return UpdateCounter("CConfig.UpdateAndSaveSended", "Enviados"); }
@@ -105,16 +94,11 @@ bool CConfig::UpdateAndSaveReceived() { return UpdateCounter("CConfig.UpdateAndS
 
 std::string CConfig::LoadInternalResponse(const std::string& strFieldName) {
   constexpr const char* kMethod = "CConfig.LoadInternalResponse";
-  std::string value;
-  try {
-    if (strFieldName.empty()) Raise(errnum::kDefaultFieldInvalid, kMethod);
-    core::TraceScope trace(kMethod, strFieldName);
-    value = GetPrivateProfileStringEx(IniFile, "RespuestaDefecto", strFieldName);
-    trace.Result(value);
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  return value;
+  return core::Method<std::string>(
+      {.trace = kMethod, .argument = strFieldName, .checks = [&] {
+         if (strFieldName.empty()) Raise(errnum::kDefaultFieldInvalid, kMethod);
+       }},
+      [&] { return GetPrivateProfileStringEx(IniFile, "RespuestaDefecto", strFieldName); });
 }
 
 }  // namespace velmora

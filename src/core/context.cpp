@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/boundary.h"
 #include "errors/error_map.h"
 #include "vbcompat/text.h"
 
@@ -17,19 +18,13 @@ Context& ThreadContext() {
   return context;
 }
 
+// A trace file that cannot be written must not stop the work it traces.
 TraceScope::TraceScope(std::string method, std::string_view moreData) : method_(std::move(method)) {
-  try {
-    ThreadContext().TraceLog.WriteTrace(true, method_, moreData, true);
-  } catch (const std::exception&) {
-    // A trace file that cannot be written must not stop the work it traces.
-  }
+  Quietly([&] { ThreadContext().TraceLog.WriteTrace(true, method_, moreData, true); });
 }
 
 TraceScope::~TraceScope() {
-  try {
-    ThreadContext().TraceLog.WriteTrace(false, method_, result_, true);
-  } catch (const std::exception&) {
-  }
+  Quietly([&] { ThreadContext().TraceLog.WriteTrace(false, method_, result_, true); });
 }
 
 void TraceScope::Result(bool value) { result_ = vb::BoolText(value); }
@@ -40,18 +35,13 @@ void CopySharedErrors(CError& target) {
 }
 
 void LogLine(std::string_view text) {
-  try {
-    ThreadContext().MessageLog.Writeln(text, true);
-  } catch (const std::exception&) {
-  }
+  Quietly([&] { ThreadContext().MessageLog.Writeln(text, true); });
 }
 
 Error HandleError(std::string_view method, const std::exception& e) {
   Error error = errors::ToError(e, std::string(method));
-  try {
-    ThreadContext().Errors.AddError(error);
-  } catch (const std::exception&) {
-  }
+  // The error still reaches the log when the list cannot take it.
+  Quietly([&] { ThreadContext().Errors.AddError(error); });
   LogLine(std::string(method) + ":(" + std::to_string(error.Number) + ")" + error.Description);
   return error;
 }

@@ -1,5 +1,6 @@
 #include "velmora/core.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/attributes.h"
@@ -35,17 +36,11 @@ std::string CFileAdmin::IniFilePath() const { return TitleFile(layout::kIniExten
 std::string CFileAdmin::LogFilePath() const { return TitleFile(layout::kLogExtension); }
 
 bool CFileAdmin::MakeFolder(const char* method, const char* name) {
-  core::TraceScope trace(method);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = method}, [&] {
     const std::string path = Root() + name;
     if (!os::PathExists(path)) os::MakeDirectory(path, method);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(method, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 bool CFileAdmin::MakeSended() { return MakeFolder("CFileAdmin.MakeSended", layout::kSentFolder); }
@@ -71,9 +66,7 @@ bool CFileAdmin::ExistDefaultResponseArchive() {
 
 bool CFileAdmin::ExistResponseFile(const std::string& strIdPrescripcion, FolderEnum ResponseDir) {
   constexpr const char* kMethod = "CFileAdmin.ExistResponseFile";
-  core::TraceScope trace(kMethod, strIdPrescripcion);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = strIdPrescripcion}, [&] {
     std::string folder;
     switch (ResponseDir) {
       case fldRoot: folder = Root(); break;
@@ -81,31 +74,19 @@ bool CFileAdmin::ExistResponseFile(const std::string& strIdPrescripcion, FolderE
       case fldReceived: folder = GetReceivedPath(); break;
     }
     // Outside 1..3 no path is built, and nothing can be found.
-    if (!folder.empty()) {
-      const std::string path = MessageFile(folder, strIdPrescripcion);
-      if (os::PathExists(path)) {
-        core::LogLine("CFileAdmin.ExistResponseFile:(" + std::to_string(os::GetAttributes(path, kMethod)) + ")");
-        result = true;
-      }
-    }
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    if (folder.empty()) return false;
+    const std::string path = MessageFile(folder, strIdPrescripcion);
+    if (!os::PathExists(path)) return false;
+    core::LogLine("CFileAdmin.ExistResponseFile:(" + std::to_string(os::GetAttributes(path, kMethod)) + ")");
+    return true;
+  });
 }
 
 bool CFileAdmin::Delete(const char* method, const std::string& path) {
-  core::TraceScope trace(method);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = method}, [&] {
     if (os::PathExists(path)) ResetAndDelete(path, method);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(method, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 bool CFileAdmin::DeleteFromSended(const std::string& strIdPrescripcion) {
@@ -120,36 +101,26 @@ bool CFileAdmin::DeleteFromReceived(const std::string& strIdPrescripcion) {
 
 bool CFileAdmin::MoveToDelayed(const std::string& strFolder, const std::string& strFileTitle) {
   constexpr const char* kMethod = "CFileAdmin.MoveToDelayed";
-  core::TraceScope trace(kMethod, strFileTitle);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = strFileTitle}, [&] {
     const std::string source = os::WithSlash(strFolder) + strFileTitle;
     // A copy then a delete, never a rename: the two folders may sit on different devices.
     os::CopyFileTo(source, GetDelayedPath() + strFileTitle, kMethod);
     if (os::PathExists(source)) ResetAndDelete(source, kMethod);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 void CFileAdmin::DeleteLogFileIfExcededSize() {
   // Every step may fail on its own without stopping the host: trimming the log is a courtesy.
-  try {
+  core::Quietly([&] {
     const std::string log = LogFilePath();
     const int64_t length = os::FileLength(log);
     if (length < 0) return;
     if (length >= core::ThreadContext().Config.TamanioMaximoLog) {
-      try {
-        os::SetAttributes(log, os::kAttrArchive, "CFileAdmin.DeleteLogFileIfExcededSize");
-      } catch (const std::exception&) {
-      }
+      core::Quietly([&] { os::SetAttributes(log, os::kAttrArchive, "CFileAdmin.DeleteLogFileIfExcededSize"); });
       os::DeleteFile(log, "CFileAdmin.DeleteLogFileIfExcededSize");
     }
-  } catch (const std::exception&) {
-  }
+  });
 }
 
 }  // namespace velmora

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/file_io.h"
@@ -53,18 +54,19 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
   for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
     const std::string name = entry.path().filename().string();
     const std::string path = folder + name;
-    try {
+    // Each leftover on its own: one that cannot go is recorded and the sweep goes on.
+    Recorded(kSweep, [&] {
       if (const auto trail = layout::TrailOfJournal(name)) {
         audit::RecoverTrail(folder + *trail);
-        continue;
+        return;
       }
       if (const auto trail = audit::TrailOfQueuedChange(path)) {
         audit::RecoverTrail(*trail);
-        continue;
+        return;
       }
-      if (!layout::IsTemporaryName(name) || (operators && !layout::IsOwnTemporaryName(name))) continue;
+      if (!layout::IsTemporaryName(name) || (operators && !layout::IsOwnTemporaryName(name))) return;
       const auto st = os::LinkStatusOf(path);
-      if (!st || !st->regular || std::time(nullptr) - st->modified.tv_sec < kLongestWrite) continue;
+      if (!st || !st->regular || std::time(nullptr) - st->modified.tv_sec < kLongestWrite) return;
       xml::Document answer;
       if (answers && answer.Load(path)) {
         const std::string target = CFileAdmin().GetDelayedPath() + layout::TargetOfTemporary(name);
@@ -72,9 +74,7 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
         LogLine(std::string(kSweep) + ": respuesta recuperada de una escritura interrumpida --> " + target);
       }
       os::DeleteFile(path, kSweep);
-    } catch (const std::exception& e) {
-      HandleError(kSweep, e);
-    }
+    });
   }
 }
 

@@ -1,5 +1,6 @@
 #include "velmora/executor.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/start_up.h"
 #include "executor/executor_impl.h"
@@ -23,7 +24,9 @@ constexpr const char* kTlsSession = "velmora.tls.session";
 
 CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
   core::Context& ctx = core::ThreadContext();
-  try {
+  // Start-up has no IN/OUT pair of its own: the trace is off until the configuration has
+  // loaded, so only the closing line can appear, and it is written even when start-up failed.
+  core::Recorded(kInitialize, [&] {
     const core::StartUpFiles files = core::PrepareSharedObjects();
     logFile_ = files.log;
     traceFile_ = files.trace;
@@ -40,14 +43,9 @@ CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
     core::ApplyLoadedConfiguration();
     enabled_ = true;
     core::LogLine(idPrescripcion_ + " " + "Se cargó correctamente la configuración del archivo " + iniFile_);
-  } catch (const std::exception& e) {
-    core::HandleError(kInitialize, e);
-  }
-  try {
-    ctx.TraceLog.WriteTrace(false, kInitialize, {}, true);
-  } catch (const std::exception&) {
-    // A trace that cannot be written must not undo a start-up that worked.
-  }
+  });
+  // A trace that cannot be written must not undo a start-up that worked.
+  core::Quietly([&] { ctx.TraceLog.WriteTrace(false, kInitialize, {}, true); });
 }
 
 CExecutor::~CExecutor() = default;
@@ -85,9 +83,8 @@ void CExecutor::OpcionesLog(int32_t value) { core::ThreadContext().MessageLog.Fl
 
 
 bool CExecutor::ConectarServicio() {
-  core::TraceScope trace(kConnect);
-  bool result = false;
-  try {
+  // A caller that only connects (an installation check) reads why in Errores.
+  return core::Method<bool>({.trace = kConnect, .after = [&](bool&) { core::CopySharedErrors(errores_); }}, [&] {
     if (conectado_) {
       LogWithId(std::string(kConnect) + ":El servicio ya está conectado");
     } else {
@@ -126,14 +123,8 @@ bool CExecutor::ConectarServicio() {
       conectado_ = true;
       if (AlConectar) AlConectar();
     }
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kConnect, e);
-  }
-  // A caller that only connects (an installation check) reads why in Errores.
-  core::CopySharedErrors(errores_);
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 }  // namespace velmora

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "executor/executor_impl.h"
@@ -59,9 +60,18 @@ bool CExecutor::Request(bool batch, const std::string& id) {
   const RequestTexts& texts = batch ? kBatch : kSingle;
   const std::string method = texts.method;
   core::Context& ctx = core::ThreadContext();
-  core::TraceScope trace(method);
-  bool result = false;
-  try {
+  auto reportFailure = [&](const bool& result) {
+    core::CopySharedErrors(errores_);
+    // The first error is the cause (the later ones say which step gave up). Written with the id,
+    // so the waiting till can hand it to its host from a log other executors write to as well.
+    if (!result && errores_.Errores().Count() > 0) {
+      const CErrorItem& cause = *errores_.Errores().Item(1);
+      LogWithId(std::string(core::kExecutorFailureMark) + "(" + std::to_string(cause.Number) + ") " + cause.Description);
+    }
+  };
+  // The body fills the result as it goes: a host's event that fails after the answer is written
+  // leaves the request done, with the event's error in Errores.
+  return core::Method<bool>({.trace = method.c_str(), .after = reportFailure}, [&](bool& result) {
     LogWithId(method + ":Iniciando la solicitud de dispensación ");
     if (!enabled_) Raise(errnum::kInterfaceNotActive, method);
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion();
@@ -112,18 +122,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     }
     result = true;
     if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion();
-  } catch (const std::exception& e) {
-    core::HandleError(method, e);
-  }
-  core::CopySharedErrors(errores_);
-  // The first error is the cause (the later ones say which step gave up). Written with the id,
-  // so the waiting till can hand it to its host from a log other executors write to as well.
-  if (!result && errores_.Errores().Count() > 0) {
-    const CErrorItem& cause = *errores_.Errores().Item(1);
-    LogWithId(std::string(core::kExecutorFailureMark) + "(" + std::to_string(cause.Number) + ") " + cause.Description);
-  }
-  trace.Result(result);
-  return result;
+  });
 }
 
 }  // namespace velmora

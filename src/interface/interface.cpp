@@ -1,5 +1,6 @@
 #include "velmora/interface.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/start_up.h"
 #include "errors/catalogue.h"
@@ -9,7 +10,9 @@ namespace velmora {
 CInterface::CInterface() {
   constexpr const char* kMethod = "CInterface.Class_Initialize";
   auto& context = core::ThreadContext();
-  try {
+  // As the executor's start-up: no IN/OUT pair of its own, the closing line written whatever
+  // happened.
+  core::Recorded(kMethod, [&] {
     const core::StartUpFiles files = core::PrepareSharedObjects();
     logFile_ = files.log;
     traceFile_ = files.trace;
@@ -30,13 +33,8 @@ CInterface::CInterface() {
     flag2_ = 0;
     enabled_ = true;
     core::LogLine("Se cargó correctamente la configuración del archivo " + iniFile_);
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  try {
-    context.TraceLog.WriteTrace(false, kMethod, {}, true);
-  } catch (const std::exception&) {
-  }
+  });
+  core::Quietly([&] { context.TraceLog.WriteTrace(false, kMethod, {}, true); });
 }
 
 CInterface::~CInterface() {

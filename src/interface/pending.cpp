@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "audit/audit_record.h"
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/directory_watch.h"
@@ -55,6 +56,10 @@ std::string WaitForAnswer(const std::string& id, uint64_t delayedBefore, const s
     watchDelayed.Wait(kPass);
   }
 }
+
+// The OUT lines of the list's methods: how many were found, and the verdict of a re-send.
+std::string ShownCount(const std::vector<CDispensacionPendiente>& items) { return std::to_string(items.size()); }
+std::string ShownResultado(const CDispensacionPendiente& item) { return std::to_string(item.Resultado); }
 
 // Marks the record and drops the copy: the dispensation is no longer pending. `how` is "srv"
 // (a re-send got the service's answer) or "ret" (the host took the late answer of Retrasados).
@@ -119,43 +124,42 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
 
 std::vector<CDispensacionPendiente> CPendientes::Listar() {
   constexpr const char* kMethod = "CPendientes.Listar";
-  core::TraceScope trace(kMethod);
-  std::vector<CDispensacionPendiente> items;
-  if (!owner_.OnOwnThread(kMethod)) return items;
-  try {
+  using Items = std::vector<CDispensacionPendiente>;
+  return core::Method<Items>({.trace = kMethod,
+                              .shown = ShownCount,
+                              .admit = [&] { return owner_.OnOwnThread(kMethod); },
+                              .after = [&](Items&) { core::CopySharedErrors(owner_.Errores()); }},
+                             [&](Items& items) {
     if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     for (const auto& id : interface::PendingIds()) {
       const auto copy = os::StatusOf(interface::PendingCopy(id));
       if (copy && copy->regular) items.push_back(interface::Describe(id, *copy));
     }
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  core::CopySharedErrors(owner_.Errores());
-  trace.Result(std::to_string(items.size()));
-  return items;
+  });
 }
 
 CDispensacionPendiente CPendientes::Reenviar(const std::string& strIdPrescripcion) {
   constexpr const char* kMethod = "CPendientes.Reenviar";
-  core::TraceScope trace(kMethod, strIdPrescripcion);
-  CDispensacionPendiente item;
-  item.IDPrescripcion = strIdPrescripcion;
-  item.Lote = interface::IsBatchId(strIdPrescripcion);
-  item.Resultado = rnvNoPendiente;
-  if (!owner_.OnOwnThread(kMethod)) return item;
-  try {
+  CDispensacionPendiente refused;
+  refused.IDPrescripcion = strIdPrescripcion;
+  refused.Lote = interface::IsBatchId(strIdPrescripcion);
+  refused.Resultado = rnvNoPendiente;
+  auto settle = [&](CDispensacionPendiente& item) {
+    // Nothing done, whether for want of work or for a failure: the id is not pending here.
+    if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
+    core::CopySharedErrors(owner_.Errores());
+  };
+  return core::Method<CDispensacionPendiente>({.trace = kMethod,
+                                               .argument = strIdPrescripcion,
+                                               .onFailure = refused,
+                                               .shown = ShownResultado,
+                                               .admit = [&] { return owner_.OnOwnThread(kMethod); },
+                                               .after = settle},
+                                              [&](CDispensacionPendiente& item) {
     if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     item.Resultado = rnvNinguno;
     Resend(strIdPrescripcion, item, owner_.OnIdle, kMethod);
-    if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-    if (item.Resultado == rnvNinguno) item.Resultado = rnvNoPendiente;
-  }
-  core::CopySharedErrors(owner_.Errores());
-  trace.Result(std::to_string(item.Resultado));
-  return item;
+  });
 }
 
 CError& CPendientes::Errores() { return owner_.Errores(); }
@@ -168,10 +172,11 @@ std::vector<CDispensacionPendiente> CPendientes::ReenviarTodas() {
 
 bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
   constexpr const char* kMethod = "CPendientes.ConfirmarVeredicto";
-  core::TraceScope trace(kMethod, strIdPrescripcion);
-  bool done = false;
-  if (!owner_.OnOwnThread(kMethod)) return done;
-  try {
+  return core::Method<bool>({.trace = kMethod,
+                             .argument = strIdPrescripcion,
+                             .admit = [&] { return owner_.OnOwnThread(kMethod); },
+                             .after = [&](bool&) { core::CopySharedErrors(owner_.Errores()); }},
+                            [&](bool& done) {
     if (!owner_.Enabled()) Raise(errnum::kInterfaceNotActive, kMethod);
     if (interface::IsPending(strIdPrescripcion)) {
       PendingClaim claim(interface::PendingCopy(strIdPrescripcion));
@@ -181,12 +186,7 @@ bool CPendientes::ConfirmarVeredicto(const std::string& strIdPrescripcion) {
         done = true;
       }
     }
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  core::CopySharedErrors(owner_.Errores());
-  trace.Result(done);
-  return done;
+  });
 }
 
 }  // namespace velmora

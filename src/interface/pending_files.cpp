@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "audit/audit_record.h"
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/attributes.h"
@@ -61,13 +62,11 @@ bool IsPending(const std::string& id) {
 }
 
 void KeepPendingCopy(const std::string& id) {
-  try {
+  // The till has its answer; a copy that cannot be kept is reported, never a failed call.
+  core::Recorded("CPendientes.GuardarCopia", [&] {
     os::MakeDirectory(PendingFolder(), "CPendientes.GuardarCopia");
     os::CopyFileTo(CFileAdmin().GetSendedPath() + layout::MessageFileName(id), PendingCopy(id), "CPendientes.GuardarCopia");
-  } catch (const std::exception& e) {
-    // The till has its answer; a copy that cannot be kept is reported, never a failed call.
-    core::HandleError("CPendientes.GuardarCopia", e);
-  }
+  });
 }
 
 bool ExecutorRunning(const std::string& id) {

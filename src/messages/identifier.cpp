@@ -4,7 +4,10 @@
 #include <chrono>
 #include <ctime>
 #include <filesystem>
+#include <optional>
+#include <string>
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
 #include "os/clock.h"
@@ -72,21 +75,28 @@ std::string MakePrescriptionIdentifier(const CPeticionDispensacion& request, int
 
 std::string ReserveGeneratedIdentifier(const CPeticionDispensacion& request) {
   constexpr int kMaxTries = 3600;
-  try {
-    CFileAdmin files;
-    files.MakeSended();
-    const std::string folder = files.GetSendedPath() + core::layout::kReservationsFolder;
-    os::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
-    SweepOldReservations(folder);
-    for (int later = 0; later < kMaxTries; ++later) {
-      std::string id = MakePrescriptionIdentifier(request, later);
-      // Created exclusively: of two dispensations that reach one stamp, only one gets it.
-      if (os::ExclusiveCreate(folder + id)) return id;
-      if (errno != EEXIST) break;
-    }
-  } catch (const std::exception& e) {
-    core::LogLine(std::string("CInterface.SolicitudDispensacion:") + e.what());
-  }
+  std::optional<std::string> reserved;
+  // Logged only, never recorded in Errores: without a reservation the dispensation still goes
+  // on, and fails (or not) where its request file is written.
+  core::Caught(
+      [&] {
+        CFileAdmin files;
+        files.MakeSended();
+        const std::string folder = files.GetSendedPath() + core::layout::kReservationsFolder;
+        os::MakeDirectory(folder, "CInterface.SolicitudDispensacion");
+        SweepOldReservations(folder);
+        for (int later = 0; later < kMaxTries; ++later) {
+          std::string id = MakePrescriptionIdentifier(request, later);
+          // Created exclusively: of two dispensations that reach one stamp, only one gets it.
+          if (os::ExclusiveCreate(folder + id)) {
+            reserved = std::move(id);
+            return;
+          }
+          if (errno != EEXIST) break;
+        }
+      },
+      [](const std::exception& e) { core::LogLine(std::string("CInterface.SolicitudDispensacion:") + e.what()); });
+  if (reserved) return *reserved;
   // The folder cannot take a reservation: the request file cannot be written there either, and
   // that is where the dispensation reports its failure.
   return MakePrescriptionIdentifier(request);

@@ -1,5 +1,6 @@
 #include "velmora/messages.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "messages/body.h"
 #include "messages/identifier.h"
@@ -14,9 +15,7 @@ using vb::Trim;
 
 bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPeticionDispensacion) {
   static constexpr const char* kMethod = "CListadoDispensaciones.aniadirDispensacion";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     CPeticionDispensacion& given = objPeticionDispensacion;
     const size_t number = dispensaciones_.Count() + 1;
     core::LogLine("CListadoDispensaciones.aniadirDispensacion:INICIO1. intItems : " +
@@ -57,12 +56,8 @@ bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPetic
     dispensaciones_.Add(std::move(copy));
 
     core::LogLine("CListadoDispensaciones.aniadirDispensacion:FIN. añadido : " + id);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 void CListadoDispensaciones::ResetDispensacionesCol() {
@@ -72,9 +67,8 @@ void CListadoDispensaciones::ResetDispensacionesCol() {
 
 std::string CListadoDispensaciones::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CListadoDispensaciones.ToString";
-  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
-  std::string result;
-  try {
+  return core::Method<std::string>(
+      {.trace = kMethod, .argument = vb::BoolText(withEnvelope), .shown = messages::ShownWithoutPassword}, [&] {
     // Reported under the interface's batch call, the one place an empty batch comes from.
     if (dispensaciones_.Count() == 0) Raise(errnum::kNoDispensations, "CInterface.SolicitudDispensaciones");
     // Pharmacy and user travel once, from the first item; the others are not compared.
@@ -93,42 +87,28 @@ std::string CListadoDispensaciones::ToString(bool withEnvelope) {
     }
     body += "</dispensaciones>\r\n";
     body += "</PeticionDispensacion>\r\n";
-    result = messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(messages::WithoutPassword(result));
-  return result;
+    return messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
+  });
 }
 
 bool CListadoDispensaciones::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CListadoDispensaciones.ToXML";
-  core::TraceScope trace("CListadoDispensaciones.ToXMLFile", path);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = "CListadoDispensaciones.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
     core::LogLine("CListadoDispensaciones.ToXML:Generando archivo " + path +
                   " con la petición de la dispensación");
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // Traced under the request's name, as it has always been: the batch shares the request's reader.
 bool CListadoDispensaciones::FromXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CPeticionDispensacion.FromXMLFile";
-  core::TraceScope trace(kMethod, path);
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = path}, [&] {
     xml::Document doc;
     doc.Load(path);
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(false);
-  return false;
+    return false;
+  });
 }
 
 }  // namespace velmora

@@ -1,5 +1,6 @@
 #include "velmora/messages.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "messages/body.h"
 #include "vbcompat/dates.h"
@@ -38,19 +39,13 @@ CPeticionDispensacion::~CPeticionDispensacion() {
 }
 
 std::string CPeticionDispensacion::ParseDate(const std::string& text) {
-  core::TraceScope trace("CPeticionDispensacion.ParseDate", text);
-  std::string result;
-  try {
-    if (text.empty()) return result;
+  return core::Method<std::string>({.trace = "CPeticionDispensacion.ParseDate", .argument = text}, [&] {
+    if (text.empty()) return std::string();
     core::LogLine("CPeticionDispensacion.ParseDate:Parseando las fechas");
     std::optional<os::LocalTime> date = vb::ReadDate(text);
     if (!date) Raise(errnum::kInvalidDate, "CPeticionDispensacion.ParseDate");
-    result = vb::FormatYyyymmdd(*date);
-  } catch (const std::exception& e) {
-    core::HandleError("CPeticionDispensacion.ParseDate", e);
-  }
-  trace.Result(result);
-  return result;
+    return vb::FormatYyyymmdd(*date);
+  });
 }
 
 // Step 3 of the body: the prescriber's details travel only with an "ITP" identifier, and then
@@ -73,9 +68,8 @@ std::string CPeticionDispensacion::PrescriberElements() {
 }
 
 std::string CPeticionDispensacion::ToString(bool withEnvelope) {
-  core::TraceScope trace(kToString, vb::BoolText(withEnvelope));
-  std::string result;
-  try {
+  return core::Method<std::string>(
+      {.trace = kToString, .argument = vb::BoolText(withEnvelope), .shown = messages::ShownWithoutPassword}, [&] {
     std::string body = "<PeticionDispensacion " + messages::Esquema() + "> ";
     body += Element("importe", Importe);
     body += Element("importeAportacion", ImporteAportacion);
@@ -91,18 +85,12 @@ std::string CPeticionDispensacion::ToString(bool withEnvelope) {
     body += Element("codigoDispensado", CodigoDispensado);
     body += PrescriberElements();
     body += "</PeticionDispensacion>\r\n";
-    result = messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
-  } catch (const std::exception& e) {
-    core::HandleError(kToString, e);
-  }
-  trace.Result(messages::WithoutPassword(result));
-  return result;
+    return messages::Enveloped(withEnvelope, messages::RequestEnvelopeHeader(), std::move(body));
+  });
 }
 
 std::string CPeticionDispensacion::ToStringNew() {
-  core::TraceScope trace("CPeticionDispensacion.ToStringNew");
-  std::string result;
-  try {
+  return core::Method<std::string>({.trace = "CPeticionDispensacion.ToStringNew"}, [&] {
     std::string item = "<P70ItemPeticionDispensacion>";
     item += Element("importe", Importe);
     item += Element("importeAportacion", ImporteAportacion);
@@ -112,46 +100,33 @@ std::string CPeticionDispensacion::ToStringNew() {
     item += Element("codigoDispensado", CodigoDispensado);
     item += PrescriberElements();
     item += "</P70ItemPeticionDispensacion>";
-    result = std::move(item);
-  } catch (const std::exception& e) {
-    core::HandleError("CPeticionDispensacion.ToStringNew", e);
-  }
-  trace.Result(result);
-  return result;
+    return item;
+  });
 }
 
 // Errors are reported under "ToXML", the name the log line and the catalogue give this step.
 bool CPeticionDispensacion::ToXMLFile(const std::string& path) {
-  core::TraceScope trace("CPeticionDispensacion.ToXMLFile", path);
-  bool result = false;
-  try {
+  return core::Method<bool>(
+      {.trace = "CPeticionDispensacion.ToXMLFile", .argument = path, .source = "CPeticionDispensacion.ToXML"}, [&] {
     messages::SaveBody(ToString(false), path, "CPeticionDispensacion.ToXML");
     core::LogLine("CPeticionDispensacion.ToXML:Generando archivo " + path + " con la petición de la dispensación");
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError("CPeticionDispensacion.ToXML", e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 bool CPeticionDispensacion::FromXMLFile(const std::string& path) {
-  core::TraceScope trace("CPeticionDispensacion.FromXMLFile", path);
-  try {
+  // The file is read for its errors only: a request is never rebuilt from it.
+  return core::Method<bool>({.trace = "CPeticionDispensacion.FromXMLFile", .argument = path}, [&] {
     xml::Document doc;
     doc.Load(path);
-  } catch (const std::exception& e) {
-    core::HandleError("CPeticionDispensacion.FromXMLFile", e);
-  }
-  trace.Result(false);
-  return false;
+    return false;
+  });
 }
 
 std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_ToXML";
-  core::TraceScope trace(kMethod);
-  std::shared_ptr<XmlNodeList> result;
-  try {
+  // The OUT line stays empty: the list has no text form.
+  return core::Method<std::shared_ptr<XmlNodeList>>({.trace = kMethod, .shown = nullptr}, [&] {
     core::LogLine(
         "CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase");
     Fire(onBeforeTransformToXML);
@@ -164,30 +139,21 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
       core::LogLine("CPeticionDispensacion.IObject_ToXML:Generando archivo XML con la petición de la dispensación");
     }
     Fire(onEndTransformToXML);
-    result = std::make_shared<XmlNodeList>(doc.ChildNodes());
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  return result;
+    return std::make_shared<XmlNodeList>(doc.ChildNodes());
+  });
 }
 
 // A request is never rebuilt from XML: the list is not read.
 bool CPeticionDispensacion::IObject_FromXML(const XmlNodeList& nodes) {
   (void)nodes;
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_FromXML";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     core::LogLine(
         "CPeticionDispensacion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
     Fire(onBeforeTransformFromXML);
     Fire(onEndTransformFromXML);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // The check asks for the prescriber's details when the identifier is empty, while the body sends
@@ -219,18 +185,12 @@ std::vector<std::string> CPeticionDispensacion::MissingFields() const {
 
 bool CPeticionDispensacion::IObject_RequiredFields() {
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_RequiredFields";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     core::LogLine(
         "CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han "
         "establecido");
-    result = MissingFields().empty();
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return MissingFields().empty();
+  });
 }
 
 }  // namespace velmora

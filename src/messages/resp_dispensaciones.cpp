@@ -1,5 +1,6 @@
 #include "velmora/messages.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "messages/body.h"
 #include "vbcompat/text.h"
@@ -60,19 +61,13 @@ bool CRespDispensaciones::addDispensationResult(const CRespError& objRespError) 
 
 bool CRespDispensaciones::FromXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespDispensaciones.FromXMLFile";
-  core::TraceScope trace(kMethod, path);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = path}, [&] {
     xml::Document doc;
     if (!doc.Load(path)) Raise(errnum::kXmlNotLoaded, kMethod);
     // 32000 keeps the single response's text, class name included.
     if (!IObject_FromXML(doc.ChildNodes())) Raise(errnum::kResponseNotFilled, kMethod);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // The rows are read only when the overall code is not "0", and then from every "Respuestas"
@@ -80,9 +75,7 @@ bool CRespDispensaciones::FromXMLFile(const std::string& path) {
 // words and the batch tools grep for them.
 bool CRespDispensaciones::IObject_FromXML(const XmlNodeList& nodes) {
   static constexpr const char* kMethod = "CRespDispensaciones.IObject_FromXML";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     core::LogLine(
         "CRespDispensaciones.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
     Fire(onBeforeTransformFromXML);
@@ -111,12 +104,8 @@ bool CRespDispensaciones::IObject_FromXML(const XmlNodeList& nodes) {
       }
     }
     Fire(onEndTransformFromXML);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // The failure row every error of SetInternalResponse leaves, on its own in the list.
@@ -136,12 +125,7 @@ void CRespDispensaciones::SetInternalResponse(bool obtained) {
   static constexpr const char* kMethod = "CRespDispensaciones.SetInternalResponse";
   core::TraceScope trace(kMethod, vb::BoolText(obtained));
   auto step = [&](const std::function<void()>& statement) {
-    try {
-      statement();
-    } catch (const std::exception& e) {
-      core::HandleError(kMethod, e);
-      AddFailureRow();
-    }
+    if (core::Recorded(kMethod, statement)) AddFailureRow();
   };
   if (!obtained) step([] { Raise(errnum::kForcedInternalResponse, kMethod); });
   bool haveIni = false;
@@ -162,36 +146,24 @@ void CRespDispensaciones::SetInternalResponse(bool obtained) {
 
 std::string CRespDispensaciones::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CRespDispensaciones.ToString";
-  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
-  std::string result;
-  try {
+  return core::Method<std::string>({.trace = kMethod, .argument = vb::BoolText(withEnvelope)}, [&] {
     std::string body = "<RespuestaPeticion " + messages::Esquema() + "> ";
     body += std::string("<ResultResp >") + (blnCodigoErrorDisp ? "0" : "1") + "</ResultResp>\r\n";
     body += "<Respuestas >";
     for (const CRespError& row : resultado_) body += row.ToString();
     body += "</Respuestas>\r\n";
     body += "</RespuestaPeticion>\r\n";
-    result = messages::Enveloped(withEnvelope, messages::ResponseEnvelopeHeader(), std::move(body));
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return messages::Enveloped(withEnvelope, messages::ResponseEnvelopeHeader(), std::move(body));
+  });
 }
 
 bool CRespDispensaciones::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespDispensaciones.ToXML";
-  core::TraceScope trace("CRespDispensaciones.ToXMLFile", path);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = "CRespDispensaciones.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
     core::LogLine("CRespDispensaciones.ToXML:Generando archivo " + path + " con la respuesta de la dispensación");
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // Shares the single response's trace names.

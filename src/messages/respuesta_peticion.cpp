@@ -1,5 +1,6 @@
 #include "velmora/messages.h"
 
+#include "core/boundary.h"
 #include "core/context.h"
 #include "messages/body.h"
 #include "os/paths.h"
@@ -57,27 +58,19 @@ void AddItems(const XmlNode& node, Collection<std::string>& into, const std::fun
 
 bool CRespuestaPeticion::FromXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespuestaPeticion.FromXMLFile";
-  core::TraceScope trace(kMethod, path);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod, .argument = path}, [&] {
     xml::Document doc;
     if (!doc.Load(path)) Raise(errnum::kXmlNotLoaded, kMethod);
     if (!IObject_FromXML(doc.ChildNodes())) Raise(errnum::kResponseNotFilled, kMethod);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // Names are matched on their local part, upper-cased: services answer with whatever prefix their
 // toolkit picks. Items are appended to what the collections hold.
 bool CRespuestaPeticion::IObject_FromXML(const XmlNodeList& nodes) {
   static constexpr const char* kMethod = "CRespuestaPeticion.IObject_FromXML";
-  core::TraceScope trace(kMethod);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = kMethod}, [&] {
     core::LogLine(
         "CRespuestaPeticion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
     Fire(onBeforeTransformFromXML);
@@ -102,12 +95,8 @@ bool CRespuestaPeticion::IObject_FromXML(const XmlNodeList& nodes) {
       }
     }
     Fire(onEndTransformFromXML);
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 // The entry a failed internal response carries, in the shape of the batch response's failure
@@ -131,12 +120,7 @@ void CRespuestaPeticion::SetInternalResponse(bool obtained) {
   static constexpr const char* kMethod = "CRespuestaPeticion.SetInternalResponse";
   core::TraceScope trace(kMethod, vb::BoolText(obtained));
   auto step = [&](const std::function<void()>& statement) {
-    try {
-      statement();
-    } catch (const std::exception& e) {
-      Error err = core::HandleError(kMethod, e);
-      AddErrorInterfaceEntry(err.Number, err.Description);
-    }
+    if (const auto err = core::Recorded(kMethod, statement)) AddErrorInterfaceEntry(err->Number, err->Description);
   };
   if (!obtained) step([] { Raise(errnum::kForcedInternalResponse, kMethod); });
   bool haveIni = false;
@@ -165,9 +149,7 @@ void CRespuestaPeticion::SetInternalResponse(bool obtained) {
 // Traced under the request's name, which the two have always shared in the trace file.
 std::string CRespuestaPeticion::ToString(bool withEnvelope) {
   static constexpr const char* kMethod = "CPeticionDispensacion.ToString";
-  core::TraceScope trace(kMethod, vb::BoolText(withEnvelope));
-  std::string result;
-  try {
+  return core::Method<std::string>({.trace = kMethod, .argument = vb::BoolText(withEnvelope)}, [&] {
     std::string body = "<RespuestaPeticion " + messages::Esquema() + "> ";
     body += "<NMotivosRechazo >" + messages::Decimal(m_intNMotivosRechazo) + "</NMotivosRechazo>\r\n";
     body += "<NAvisos >" + messages::Decimal(m_intNAvisos) + "</NAvisos>\r\n";
@@ -176,27 +158,17 @@ std::string CRespuestaPeticion::ToString(bool withEnvelope) {
     body += SoapArray("codigoMotivosRechazo", m_colCodigoMotivosRechazo);
     body += SoapArray("codigoAviso", m_colCodigoAviso);
     body += "</RespuestaPeticion>\r\n";
-    result = messages::Enveloped(withEnvelope, messages::ResponseEnvelopeHeader(), std::move(body));
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return messages::Enveloped(withEnvelope, messages::ResponseEnvelopeHeader(), std::move(body));
+  });
 }
 
 bool CRespuestaPeticion::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespuestaPeticion.ToXML";
-  core::TraceScope trace("CRespuestaPeticion.ToXMLFile", path);
-  bool result = false;
-  try {
+  return core::Method<bool>({.trace = "CRespuestaPeticion.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
     core::LogLine("CRespuestaPeticion.ToXML:Generando archivo " + path + " con la respuesta de la dispensación");
-    result = true;
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(result);
-  return result;
+    return true;
+  });
 }
 
 std::shared_ptr<XmlNodeList> CRespuestaPeticion::IObject_ToXML() {
@@ -206,14 +178,11 @@ std::shared_ptr<XmlNodeList> CRespuestaPeticion::IObject_ToXML() {
 
 bool CRespuestaPeticion::IObject_RequiredFields() {
   static constexpr const char* kMethod = "CRespuestaPeticion.IObject_RequiredFields";
-  core::TraceScope trace(kMethod);
-  try {
+  // True even when it fails: a response has no required fields to miss.
+  return core::Method<bool>({.trace = kMethod, .onFailure = true}, [&] {
     core::LogLine("CRespuestaPeticion.IObject_RequiredFields:Una respuesta no tiene campos obligatorios");
-  } catch (const std::exception& e) {
-    core::HandleError(kMethod, e);
-  }
-  trace.Result(true);
-  return true;
+    return true;
+  });
 }
 
 }  // namespace velmora
