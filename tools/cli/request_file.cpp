@@ -3,7 +3,7 @@
 #include <charconv>
 #include <stdexcept>
 
-#include "vbcompat/text.h"
+#include "velmora/tools.h"
 
 namespace velmora::cli {
 
@@ -31,9 +31,9 @@ std::string_view Strip(std::string_view s) {
 // The property's own spelling for a name written in any case, as the ini's keys are read; empty
 // when there is none.
 std::string PropertyName(std::string_view name) {
-  const std::string upper = vb::UpperCase(name);
+  const std::string upper = tools::UpperCase(name);
   for (const auto& known : RequestPropertyNames())
-    if (vb::UpperCase(known) == upper) return known;
+    if (tools::UpperCase(known) == upper) return known;
   return {};
 }
 
@@ -55,17 +55,17 @@ RequestFile ParseRequestFile(std::string_view text) {
     size_t end = text.find('\n', start);
     if (end == std::string_view::npos) end = text.size();
     const std::string_view raw = text.substr(start, end - start);
-    const std::string decoded = vb::IsValidUtf8(raw) ? std::string(raw) : vb::Cp1252ToUtf8(raw);
+    const std::string decoded = tools::IsValidUtf8(raw) ? std::string(raw) : tools::Cp1252ToUtf8(raw);
     const std::string_view line = Strip(decoded);
     ++lineNumber;
     start = end + 1;
     if (line.empty() || line.front() == ';' || line.front() == '#') continue;
     if (line.front() == '[') {
       const std::string expected = "[Dispensacion" + std::to_string(requests.size() + 1) + "]";
-      const std::string section = vb::UpperCase(line);
+      const std::string section = tools::UpperCase(line);
       if (section == "[DISPENSACION]" && requests.empty() && !single) {
         single = true;
-      } else if (section == vb::UpperCase(expected) && !single) {
+      } else if (section == tools::UpperCase(expected) && !single) {
         file.batch = true;
       } else {
         Fail(lineNumber, "unexpected section " + std::string(line) + " (use one [Dispensacion], or " +

@@ -6,11 +6,10 @@
 #include <cstring>
 #include <fstream>
 
-#include "os/attributes.h"
-#include "vbcompat/vbconv.h"
 #include "status.h"
 #include "texts.h"
 #include "velmora/executor.h"
+#include "velmora/tools.h"
 
 namespace velmora::cli {
 
@@ -74,11 +73,11 @@ std::string Converted(Kind kind, const std::string& raw) {
   switch (kind) {
     case Kind::kText: return "\"" + raw + "\"";
     case Kind::kSecret: return Say(raw.empty() ? "cli.status.empty" : "cli.status.set");
-    case Kind::kInt16: return std::to_string(vb::ToInt16(raw, kSource));
-    case Kind::kInt32: return std::to_string(vb::ToInt32(raw, kSource));
-    case Kind::kNumber: return std::to_string(vb::RoundToInt32(vb::Val(raw, kSource), kSource));
+    case Kind::kInt16: return std::to_string(tools::ToInt16(raw, kSource));
+    case Kind::kInt32: return std::to_string(tools::ToInt32(raw, kSource));
+    case Kind::kNumber: return std::to_string(tools::RoundedVal(raw, kSource));
     case Kind::kOptionalInt:
-      return vb::IsNumeric(raw) ? std::to_string(vb::ToInt32(raw, kSource)) : Say("cli.status.not_used", {raw});
+      return tools::IsNumeric(raw) ? std::to_string(tools::ToInt32(raw, kSource)) : Say("cli.status.not_used", {raw});
     case Kind::kFile:
       if (!raw.empty() && !std::ifstream(raw)) throw std::runtime_error(Say("cli.status.unreadable_file", {raw}));
       return "\"" + raw + "\"";
@@ -166,8 +165,7 @@ Check AttributesCheck(const std::string& received, const std::string& root) {
     return check;
   }
   try {
-    os::SetAttributes(probe, os::kAttrHidden, "velmora status");
-    check.passed = os::GetAttributes(probe, "velmora status") == os::kAttrHidden;
+    check.passed = tools::MarkHidden(probe, "velmora status");
     if (!check.passed) check.detail += ": " + Say("cli.status.mark_lost");
   } catch (const Error& e) {
     check.detail += ": " + Say("cli.status.no_user_xattr", {e.Description});
@@ -201,7 +199,7 @@ std::vector<Check> RunChecks() {
   if (iniThere) {
     bool proxyInUse = false;
     try {
-      proxyInUse = vb::ToInt16(GetPrivateProfileStringEx(ini, "Proxy", "UtilizarProxy"), "velmora status") > 0;
+      proxyInUse = tools::ToInt16(GetPrivateProfileStringEx(ini, "Proxy", "UtilizarProxy"), "velmora status") > 0;
     } catch (const Error&) {
       // Reported on its own line below.
     }
