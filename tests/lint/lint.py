@@ -34,16 +34,17 @@ ROOMS = {
     "audit":     ("core errors ini os vbcompat", "audit_record trail_queue trail_store"),
     "messages":  ("core errors os vbcompat xml", "identifier"),
     "executor":  ("core errors ini messages os soap vbcompat xml", ""),
-    "interface": ("audit core messages os pdf vbcompat", ""),
+    "interface": ("audit core errors messages os pdf vbcompat", ""),
     "pdf":       ("errors fonts os vbcompat", ""),
     "barcode":   ("errors os vbcompat", "modules"),
     "receipt":   ("barcode core messages os pdf vbcompat", ""),
-    "capi":      ("core interface messages vbcompat", ""),
+    "capi":      ("core errors interface messages vbcompat", ""),
     "library":   ("executor messages os vbcompat", ""),
 }
 # The room behind each header of include/velmora/; None for the vocabulary every room shares.
 OWNER = {
-    "export.h": None, "version.h": None, "collection.h": None, "error.h": "errors", "core.h": "core",
+    "export.h": None, "version.h": None, "collection.h": None, "error.h": "errors",
+    "error_codes.h": "errors", "core.h": "core",
     "messages.h": "messages", "executor.h": "executor", "interface.h": "interface",
     "pending.h": "interface", "pdf.h": "pdf", "barcode.h": "barcode", "velmora.h": "capi",
     "tools.h": "library",
