@@ -30,7 +30,7 @@ ROOMS = {
     "xml":       ("os vbcompat", "xml"),
     "soap":      ("errors os xml", "soap_client"),
     "fonts":     ("vbcompat", "font_metrics"),
-    "core":      ("audit errors ini os vbcompat xml", "context layout start_up"),
+    "core":      ("audit errors ini os vbcompat xml", "boundary context layout start_up"),
     "audit":     ("core errors ini os vbcompat", "audit_record trail_queue trail_store"),
     "messages":  ("core errors os vbcompat xml", "identifier"),
     "executor":  ("core errors ini messages os soap vbcompat xml", ""),
