@@ -24,6 +24,8 @@ using os::kLibraryTitle;
 inline constexpr std::string_view kIniExtension = ".ini";
 inline constexpr std::string_view kLogExtension = ".log";
 inline constexpr std::string_view kTraceExtension = ".txt";
+inline constexpr std::string_view kRequestCopyExtension = ".xml";  // the last request, when asked to keep it
+inline constexpr std::string_view kReceiptExtension = ".pdf";      // the batch receipt
 inline constexpr const char* kExecutorProgram = "executor.exe";
 inline constexpr const char* kDefaultResponseFile = "defrespo.xml";
 inline constexpr const char* kDefaultResponseArchive = "defaultResp.xml";

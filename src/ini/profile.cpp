@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "os/file_io.h"
 #include "os/files.h"
 #include "ini/profile_rules.h"
 #include "vbcompat/text.h"
@@ -35,16 +36,15 @@ bool Rewrite(const std::string& file, const std::function<std::optional<std::str
   }
   unsigned mode = os::kFileMode;
   std::string data;
-  struct stat st{};
-  if (stat(target.c_str(), &st) == 0) {
-    if (!(st.st_mode & S_IWUSR)) {
+  if (const auto st = os::StatusOf(target)) {
+    if (!(st->permissions & S_IWUSR)) {
       errno = EACCES;
       return false;
     }
     const auto current = os::ReadWholeFile(target);
     if (!current) return false;
     data = *current;
-    mode = st.st_mode & 07777;
+    mode = st->permissions;
   }
   const std::optional<std::string> updated = change(data);
   if (!updated) return true;

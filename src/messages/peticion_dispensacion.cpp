@@ -2,6 +2,7 @@
 
 #include "core/boundary.h"
 #include "core/context.h"
+#include "core/layout.h"
 #include "messages/body.h"
 #include "vbcompat/dates.h"
 #include "os/files.h"
@@ -133,7 +134,8 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
     xml::Document doc;
     if (!doc.LoadXml(ToString(false))) Raise(errnum::kRequestXmlInvalid, kMethod);
     if (SaveSOAPMsgToFile) {
-      const std::string file = os::WithSlash(CFileAdmin().GetDllPath()) + os::kLibraryTitle + ".xml";
+      const std::string file = os::WithSlash(CFileAdmin().GetDllPath()) + core::layout::kLibraryTitle +
+                               std::string(core::layout::kRequestCopyExtension);
       os::DeleteFile(file, kMethod);
       doc.Save(file, kMethod);
       core::LogLine("CPeticionDispensacion.IObject_ToXML:Generando archivo XML con la petición de la dispensación");

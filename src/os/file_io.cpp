@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 #include "os/files.h"
 
@@ -25,6 +26,7 @@ FileStatus StatusFrom(const struct stat& st) {
   status.device = static_cast<uint64_t>(st.st_dev);
   status.inode = static_cast<uint64_t>(st.st_ino);
   status.size = static_cast<uint64_t>(st.st_size);
+  status.permissions = static_cast<unsigned>(st.st_mode & 07777);
   status.modified = st.st_mtim;
   return status;
 }
@@ -81,6 +83,40 @@ bool WriteAt(int fd, const void* buffer, size_t size, uint64_t offset) {
 bool Truncate(int fd, uint64_t size) { return ftruncate(fd, static_cast<off_t>(size)) == 0; }
 
 bool RemoveFile(const std::string& path) { return unlink(path.c_str()) == 0; }
+
+bool WriteAll(int fd, const void* buffer, size_t size) {
+  const auto* p = static_cast<const char*>(buffer);
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t n = write(fd, p + done, size - done);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    done += static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool CloseDescriptor(int fd) { return close(fd) == 0; }
+
+int OpenForWriting(const std::string& path, bool* created) {
+  int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, kFileMode);
+  *created = fd >= 0;
+  if (fd < 0 && errno == EEXIST) fd = open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return -1;
+  const int flags = fcntl(fd, F_GETFL);
+  if (flags >= 0) fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+  return fd;
+}
+
+std::string CreateUniqueFile(const std::string& prefix, const std::string& suffix) {
+  std::string name = prefix + "XXXXXX" + suffix;
+  const int fd = mkstemps(name.data(), static_cast<int>(suffix.size()));  // 0600
+  if (fd < 0) return {};
+  close(fd);
+  return name;
+}
 
 bool ExclusiveCreate(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);

@@ -32,6 +32,7 @@ struct FileStatus {
   uint64_t device = 0;
   uint64_t inode = 0;
   uint64_t size = 0;
+  unsigned permissions = 0;  // the mode's permission bits (07777)
   std::timespec modified{};
 };
 
@@ -47,6 +48,23 @@ bool WriteAt(int fd, const void* buffer, size_t size, uint64_t offset);
 bool Truncate(int fd, uint64_t size);
 // Removes a name; false with errno set (ENOENT for one already gone).
 bool RemoveFile(const std::string& path);
+
+// Writes all of `size` bytes at the descriptor's position, retrying after signals and short
+// writes. False with errno set.
+bool WriteAll(int fd, const void* buffer, size_t size);
+// Closes a descriptor; false with errno set (a write the kernel deferred may fail only here).
+bool CloseDescriptor(int fd);
+
+// Opens `path` for writing from its start, symbolic links followed: a new file is created
+// private (0600) under a name nobody held, an existing one (a plain file, a device, a pipe) is
+// truncated as it is. Opening never blocks: a pipe nobody reads fails (ENXIO) instead of holding
+// the caller; later writes block as usual. -1 with errno set on failure; `created` says whether
+// this call made the file, so only then may the caller remove it again.
+int OpenForWriting(const std::string& path, bool* created);
+
+// Creates a new empty private file (0600) named `prefix` + six letters or digits + `suffix`.
+// Its name, or empty with errno set.
+std::string CreateUniqueFile(const std::string& prefix, const std::string& suffix);
 
 // Creates an empty private file (0600) under a name nobody holds yet: of two processes creating
 // the same name, exactly one succeeds. False with errno set (EEXIST when the name is taken).

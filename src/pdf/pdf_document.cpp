@@ -1,9 +1,5 @@
 #include "velmora/pdf.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -13,6 +9,7 @@
 #include "vbcompat/dates.h"
 #include "errors/catalogue.h"
 #include "errors/error_map.h"
+#include "os/file_io.h"
 #include "os/files.h"
 #include "os/paths.h"
 #include "os/process.h"
@@ -32,12 +29,8 @@ namespace {
 // created itself is removed when the document cannot be started. A pipe nobody reads fails here
 // instead of blocking the till.
 int OpenOutput(const std::string& path, bool* created) {
-  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NONBLOCK, 0600);
-  *created = fd >= 0;
-  if (fd < 0 && errno == EEXIST) fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
+  const int fd = os::OpenForWriting(path, created);
   if (fd < 0) errors::RaiseErrno(errno, "cPDF.PDFCreate");
-  const int flags = ::fcntl(fd, F_GETFL);
-  if (flags >= 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
   return fd;
 }
 
@@ -138,9 +131,8 @@ bool cPDF::PDFCreate(std::string& cFileName) {
       st.memoryMode = false;
       // Replacing a document means removing an earlier one; anything that is not a plain file
       // (a device, a pipe) is written to as it is and never removed.
-      struct stat existing {};
-      if (::stat(cFileName.c_str(), &existing) == 0 && S_ISREG(existing.st_mode) && existing.st_size >= 1 &&
-          ::unlink(cFileName.c_str()) != 0)
+      const auto existing = os::StatusOf(cFileName);
+      if (existing && existing->regular && existing->size >= 1 && !os::RemoveFile(cFileName))
         errors::RaiseErrno(errno, "cPDF.PDFCreate");
       st.fd = OpenOutput(cFileName, &st.created);
       st.path = cFileName;

@@ -1,8 +1,5 @@
 #include "pdf/pdf_writer.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -11,6 +8,7 @@
 #include <string>
 
 #include "errors/error_map.h"
+#include "os/file_io.h"
 #include "vbcompat/cp1252.h"
 
 namespace velmora::pdf {
@@ -58,16 +56,10 @@ void Flush() {
     tState.pending.clear();
     return;
   }
-  size_t done = 0;
-  while (done < tState.pending.size()) {
-    ssize_t n = ::write(tState.fd, tState.pending.data() + done, tState.pending.size() - done);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      int err = errno;
-      tState.pending.clear();
-      errors::RaiseErrno(err, "cPDF.WriteLine");
-    }
-    done += static_cast<size_t>(n);
+  if (!os::WriteAll(tState.fd, tState.pending.data(), tState.pending.size())) {
+    const int err = errno;
+    tState.pending.clear();
+    errors::RaiseErrno(err, "cPDF.WriteLine");
   }
   tState.pending.clear();
 }
@@ -77,7 +69,7 @@ void CloseOutput() {
   Flush();
   int fd = tState.fd;
   tState.fd = -1;
-  if (::close(fd) != 0) errors::RaiseErrno(errno, "cPDF.PDFClose");
+  if (!os::CloseDescriptor(fd)) errors::RaiseErrno(errno, "cPDF.PDFClose");
 }
 
 void ReleaseOutput() noexcept {
@@ -87,15 +79,15 @@ void ReleaseOutput() noexcept {
   } catch (const Error&) {
     // Nothing more can be done for a file whose writer has gone; the descriptor is still freed.
   }
-  ::close(tState.fd);
+  os::CloseDescriptor(tState.fd);
   tState.fd = -1;
 }
 
 void AbandonOutput() noexcept {
   if (tState.fd >= 0) {
-    ::close(tState.fd);
+    os::CloseDescriptor(tState.fd);
     tState.fd = -1;
-    if (tState.created && !tState.path.empty()) ::unlink(tState.path.c_str());
+    if (tState.created && !tState.path.empty()) os::RemoveFile(tState.path);
   }
   tState.pending.clear();
 }

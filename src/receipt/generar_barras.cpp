@@ -4,12 +4,12 @@
 #include "velmora/barcode.h"
 
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 
 #include "barcode/modules.h"
+#include "os/file_io.h"
 #include "receipt/draw_bars.h"
 #include "receipt/print_spooler.h"
 #include "velmora/pdf.h"
@@ -26,7 +26,7 @@ constexpr const char* kCaptionFont = "FC128";
 struct TemporaryFile {
   std::string path;
   ~TemporaryFile() {
-    if (!path.empty()) unlink(path.c_str());
+    if (!path.empty()) os::RemoveFile(path);
   }
 };
 
@@ -62,10 +62,8 @@ bool BarCode128::GenerarBarrasImpresora(const std::string& Texto, int16_t Codifi
                                         float Y, float Densidad, float Alto, bool ImprimirTexto,
                                         const std::string& fuente, int16_t Tamaño) {
   const char* tmp = getenv("TMPDIR");
-  std::string name = std::string(tmp && *tmp ? tmp : "/tmp") + "/velmora-c128-XXXXXX.pdf";
-  const int fd = mkstemps(name.data(), 4);  // 0600
-  if (fd < 0) return false;
-  close(fd);
+  std::string name = os::CreateUniqueFile(std::string(tmp && *tmp ? tmp : "/tmp") + "/velmora-c128-", ".pdf");
+  if (name.empty()) return false;
   TemporaryFile file{name};
 
   cPDF pdf;

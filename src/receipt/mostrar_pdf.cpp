@@ -8,6 +8,7 @@
 
 #include "barcode/modules.h"
 #include "core/context.h"
+#include "core/layout.h"
 #include "os/paths.h"
 #include "receipt/barcode_font_setup.h"
 #include "receipt/data_text.h"
@@ -79,7 +80,7 @@ void cPDF::mostrarPDF(CListadoDispensaciones& objListado) {
   receipt::EnsureBarcodeFontInstalled();
   const auto& requests = objListado.Dispensaciones();
 
-  std::string file = os::RuntimeFolder() + os::kLibraryTitle + ".pdf";
+  std::string file = os::RuntimeFolder() + core::layout::kLibraryTitle + std::string(core::layout::kReceiptExtension);
   if (!PDFCreate(file)) return;
 
   if (!code128) code128 = std::make_shared<BarCode128>();

@@ -1,10 +1,9 @@
 #include "soap/description_cache.h"
 
-#include <unistd.h>
-
 #include <charconv>
 #include <ctime>
 
+#include "os/file_io.h"
 #include "os/files.h"
 #include "velmora/error.h"
 
@@ -53,7 +52,7 @@ void DescriptionCache::Store(const std::string& url, const std::string& text) co
 }
 
 void DescriptionCache::Forget() const {
-  if (!path_.empty()) unlink(path_.c_str());
+  if (!path_.empty()) os::RemoveFile(path_);
 }
 
 }  // namespace velmora::soap

@@ -127,6 +127,26 @@ TEST(Process, SpawnRunsWithoutAShellAndMissingProgramIs53) {
   }
 }
 
+// A run that outlasts its wait is killed with what it started (its process group), not left
+// running behind the till; only an exit with 0 in time counts.
+TEST(Process, RunWithDeadlineKillsTheWholeGroupAtTheDeadline) {
+  RuntimeFolder folder("", false);
+  EXPECT_TRUE(RunWithDeadline({"/bin/true"}, std::chrono::seconds(10)));
+  EXPECT_FALSE(RunWithDeadline({"/bin/false"}, std::chrono::seconds(10)));
+  EXPECT_FALSE(RunWithDeadline({folder.Path("missing")}, std::chrono::seconds(10)));
+  const std::string pidFile = folder.Path("grandchild");
+  EXPECT_FALSE(RunWithDeadline({"/bin/sh", "-c", "sleep 600 & echo $! > \"$0\"; wait", pidFile},
+                               std::chrono::milliseconds(1500)));
+  const auto pid = ReadWholeFile(pidFile);
+  ASSERT_TRUE(pid && !pid->empty()) << "the child never started its own";
+  const std::string stat = "/proc/" + std::to_string(std::stoi(*pid)) + "/stat";
+  // Gone, or a zombie waiting for whoever inherited it.
+  EXPECT_TRUE(velmora::testing::WaitFor([&] {
+    const auto text = ReadWholeFile(stat);
+    return !text || text->find(") Z ") != std::string::npos;
+  }, std::chrono::seconds(10)));
+}
+
 TEST(Text, TrimUpperAndWindows1252) {
   EXPECT_EQ(vb::Trim("  a b \t "), "a b \t");
   EXPECT_EQ(vb::UpperCase("codigoAviso ñ"), "CODIGOAVISO ñ");
