@@ -5,16 +5,16 @@
 #include <filesystem>
 #include <tuple>
 
-#include "../core/core_test_support.h"
+#include "support/context_fixture.h"
 #include "ini/profile.h"
 
 namespace velmora {
 namespace {
 
-using testing::CoreFixture;
+using testing::ContextFixture;
 
 TEST(Auditor, HeaderThenMarksBuildOneRecord) {
-  CoreFixture f;
+  ContextFixture f;
   CAuditor auditor;
   auditor.Enable(true);
   EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/audit.log");
@@ -43,11 +43,11 @@ TEST(Auditor, HeaderThenMarksBuildOneRecord) {
 }
 
 TEST(Auditor, DailyRecordStaysInTheFileOfItsHeaderAcrossMidnight) {
-  CoreFixture f;
+  ContextFixture f;
   CAuditor auditor;
   auditor.Enable(true);
   auditor.DiaryStore(true);
-  os::SetClockForTesting([] { return os::LocalTime{2024, 2, 4, 0, 0, 5}; });
+  f.clock.Set({2024, 2, 4, 0, 0, 5});
   EXPECT_TRUE(auditor.Save("ID1", audHeader));
   EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/240203.log");
   EXPECT_EQ(ini::ReadProfileString(f.folder.Path("Auditoria/240203.log"), "ID1", "FECHA_ENVIO"), "00:00:05");
@@ -62,7 +62,7 @@ TEST(Auditor, DailyRecordStaysInTheFileOfItsHeaderAcrossMidnight) {
 }
 
 TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
-  CoreFixture f;
+  ContextFixture f;
   CAuditor auditor;
   auditor.Enable(true);
   EXPECT_FALSE(auditor.Save("", audHeader));
@@ -76,7 +76,7 @@ TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
 }
 
 TEST(Auditor, DisabledOrWithoutFolderWritesNothingSilentlyAFifoIsLogged) {
-  CoreFixture f;
+  ContextFixture f;
   std::filesystem::remove(f.folder.Path("Auditoria"));
   CAuditor auditor;
   EXPECT_TRUE(auditor.Save("", audHeader));  // disabled: not even the identifier is checked

@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "velmora/velmora.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "capi/handles.h"
-#include "interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "velmora/velmora.h"
 
 namespace {

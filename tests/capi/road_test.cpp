@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "support/test_processes.h"
 #include "velmora/velmora.h"
 

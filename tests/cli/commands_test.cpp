@@ -12,7 +12,7 @@
 #include <fstream>
 #include <functional>
 
-#include "interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "support/test_processes.h"
 
 extern char** environ;

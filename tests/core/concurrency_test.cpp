@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/start_up.h"
-#include "core_test_support.h"
+#include "support/context_fixture.h"
 #include "os/files.h"
 #include "ini/profile.h"
 #include "audit/trail_store.h"
@@ -21,7 +21,7 @@ extern char** environ;
 namespace velmora {
 namespace {
 
-using testing::CoreFixture;
+using testing::ContextFixture;
 
 pid_t StartWorker(const std::vector<std::string>& args) {
   std::vector<char*> argv{const_cast<char*>(VELMORA_CORE_WORKER)};
@@ -41,7 +41,7 @@ int Finish(pid_t pid) {
 }
 
 TEST(Concurrency, TwoProcessesCountingLoseNothing) {
-  CoreFixture f;
+  ContextFixture f;
   const pid_t a = StartWorker({"counter", "500"});
   const pid_t b = StartWorker({"counter", "500"});
   // Meanwhile every read sees a whole file with the counter in it.
@@ -79,7 +79,7 @@ std::vector<int> Stages(const std::string& trail, const std::vector<std::string>
 
 TEST(Concurrency, TwoProcessesAuditingKeepEveryRecordWhole) {
   for (const int earlier : {0, 100000}) {
-    CoreFixture f;
+    ContextFixture f;
     const std::string file = f.folder.Path("Auditoria/audit.log");
     std::string trail;
     for (int i = 0; i < earlier; ++i) trail += Record("E" + std::to_string(i), 2);
@@ -98,7 +98,7 @@ TEST(Concurrency, TwoProcessesAuditingKeepEveryRecordWhole) {
 // A writer killed anywhere in an audit write or a counter update leaves every earlier record
 // and key as it was and its own whole or absent; the next start-up leaves no temporary file.
 TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
-  CoreFixture f;
+  ContextFixture f;
   const std::string trail = f.folder.Path("Auditoria/audit.log"), ini = f.folder.Path("velmora.ini");
   std::vector<std::string> ids;
   std::vector<int> done;

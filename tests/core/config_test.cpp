@@ -4,25 +4,17 @@
 
 #include <filesystem>
 
-#include "core_test_support.h"
+#include "support/context_fixture.h"
 
 namespace velmora {
 namespace {
 
-using testing::CoreFixture;
+using testing::ContextFixture;
 using testing::RuntimeFolder;
-
-std::string IniWith(const std::string& section, const std::string& key, const std::string& value) {
-  std::string ini = RuntimeFolder::DefaultIni();
-  const std::string header = "[" + section + "]\r\n";
-  const size_t at = ini.find(header);
-  const size_t keyAt = ini.find("\r\n" + key + "=", at);
-  const size_t end = ini.find("\r\n", keyAt + 2);
-  return ini.substr(0, keyAt + 2) + key + "=" + value + ini.substr(end);
-}
+using testing::IniWith;
 
 TEST(Config, LoadsEveryKeyWithItsConversion) {
-  CoreFixture f(IniWith("Configuracion", "TamanioMaximoLog", "1e3"));
+  ContextFixture f(IniWith("TamanioMaximoLog", "1e3"));
   auto& config = core::ThreadContext().Config;
   ASSERT_TRUE(config.LoadIni());
   EXPECT_EQ(config.Servicio, "http://127.0.0.1:1/dispensacion?wsdl");
@@ -38,11 +30,11 @@ TEST(Config, LoadsEveryKeyWithItsConversion) {
 TEST(Config, EsquemaXMLIsInvertedOnPurpose) {
   // The usual ini value loses its trailing blank on reading, so it comes back whole.
   const std::pair<std::string, std::string> cases[] = {
-      {IniWith("Configuracion", "EsquemaXML", std::string("\"") + kDefaultEsquemaXML + "\""), "1 "},
-      {IniWith("Configuracion", "EsquemaXML", ""), " "},
+      {IniWith("EsquemaXML", std::string("\"") + kDefaultEsquemaXML + "\""), "1 "},
+      {IniWith("EsquemaXML", ""), " "},
       {RuntimeFolder::DefaultIni(), kDefaultEsquemaXML}};
   for (const auto& [ini, expected] : cases) {
-    CoreFixture f(ini);
+    ContextFixture f(ini);
     ASSERT_TRUE(core::ThreadContext().Config.LoadIni());
     EXPECT_EQ(core::ThreadContext().Config.EsquemaXML(), expected);
     EXPECT_EQ(core::ThreadContext().EsquemaXML, expected);
@@ -52,13 +44,13 @@ TEST(Config, EsquemaXMLIsInvertedOnPurpose) {
 TEST(Config, AuditarAndLogSizeConversions) {
   const std::pair<const char*, bool> auditar[] = {{"1", true}, {"2", false}, {"-1", false}, {"0", false}, {"1,4", true}};
   for (const auto& [text, expected] : auditar) {
-    CoreFixture f(IniWith("Seguimiento", "Auditar", text));
+    ContextFixture f(IniWith("Auditar", text));
     ASSERT_TRUE(core::ThreadContext().Config.LoadIni()) << text;
     EXPECT_EQ(core::ThreadContext().Config.Auditar, expected) << text;
   }
   const std::pair<const char*, int32_t> sizes[] = {{"", 0}, {"1e3", 1000}, {"12abc", 12}, {"2.5", 2}, {"abc", 0}};
   for (const auto& [text, expected] : sizes) {
-    CoreFixture f(IniWith("Configuracion", "TamanioMaximoLog", text));
+    ContextFixture f(IniWith("TamanioMaximoLog", text));
     ASSERT_TRUE(core::ThreadContext().Config.LoadIni()) << text;
     EXPECT_EQ(core::ThreadContext().Config.TamanioMaximoLog, expected) << text;
   }
@@ -69,19 +61,19 @@ TEST(Config, BadValuesFailTheLoadAndAreLogged) {
     std::string ini;
     const char* line;
   } cases[] = {
-      {IniWith("Seguimiento", "Auditar", ""), "CConfig.LoadIni:(13)No coinciden los tipos"},
-      {IniWith("Configuracion", "GenerarLog", "si"), "CConfig.LoadIni:(13)No coinciden los tipos"},
-      {IniWith("Asincrono", "PeticionTimeOut", "40000"), "CConfig.LoadIni:(6)Desbordamiento"},
+      {IniWith("Auditar", ""), "CConfig.LoadIni:(13)No coinciden los tipos"},
+      {IniWith("GenerarLog", "si"), "CConfig.LoadIni:(13)No coinciden los tipos"},
+      {IniWith("PeticionTimeOut", "40000"), "CConfig.LoadIni:(6)Desbordamiento"},
       {"", "CConfig.LoadIni:(13)No coinciden los tipos"},  // no ini file at all
   };
   for (const auto& c : cases) {
-    CoreFixture f(c.ini);
+    ContextFixture f(c.ini);
     auto& config = core::ThreadContext().Config;
     EXPECT_FALSE(config.LoadIni());
     EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 " + std::string(c.line))) << f.Log();
   }
   // Keys after the failing one keep what they held.
-  CoreFixture f(IniWith("Asincrono", "AutoRespuesta", "x"));
+  ContextFixture f(IniWith("AutoRespuesta", "x"));
   auto& config = core::ThreadContext().Config;
   config.EliminarXMLPeticion = 7;
   EXPECT_FALSE(config.LoadIni());
@@ -90,13 +82,13 @@ TEST(Config, BadValuesFailTheLoadAndAreLogged) {
 }
 
 TEST(Config, UnreadableIniFailsWithoutCrashing) {
-  CoreFixture f("");
+  ContextFixture f("");
   std::filesystem::create_directory(f.folder.Path("velmora.ini"));  // unreadable as a file, even for root
   EXPECT_FALSE(core::ThreadContext().Config.LoadIni());
 }
 
 TEST(Config, SettersClampButLoadIniDoesNot) {
-  CoreFixture f(IniWith("Asincrono", "IntervaloComprobacion", "0"));
+  ContextFixture f(IniWith("IntervaloComprobacion", "0"));
   auto& config = core::ThreadContext().Config;
   ASSERT_TRUE(config.LoadIni());
   EXPECT_EQ(config.IntervaloComprobacion(), 0);
@@ -111,14 +103,14 @@ TEST(Config, SettersClampButLoadIniDoesNot) {
 }
 
 TEST(Config, CountersAdvanceAndAMissingKeyIsLogged) {
-  CoreFixture f(IniWith("MensajeSOAP", "Enviados", "7"));
+  ContextFixture f(IniWith("Enviados", "7"));
   auto& config = core::ThreadContext().Config;
   EXPECT_TRUE(config.UpdateAndSaveSended());
   EXPECT_EQ(GetPrivateProfileStringEx(config.IniFile, "MensajeSOAP", "Enviados"), "8");
   EXPECT_TRUE(config.UpdateAndSaveReceived());
   EXPECT_EQ(GetPrivateProfileStringEx(config.IniFile, "MensajeSOAP", "Recibidos"), "1");
 
-  CoreFixture g("[MensajeSOAP]\r\nRecibidos=2147483647\r\n");
+  ContextFixture g("[MensajeSOAP]\r\nRecibidos=2147483647\r\n");
   EXPECT_FALSE(core::ThreadContext().Config.UpdateAndSaveSended());
   EXPECT_TRUE(g.LogHas("2024/02/03 09:05:07 CConfig.UpdateAndSaveSended:(13)No coinciden los tipos"));
   EXPECT_EQ(g.folder.Read("velmora.ini"), "[MensajeSOAP]\r\nRecibidos=2147483647\r\n");
@@ -133,7 +125,7 @@ TEST(Config, CountersAdvanceAndAMissingKeyIsLogged) {
 }
 
 TEST(Config, InternalResponseNeedsAFieldName) {
-  CoreFixture f;
+  ContextFixture f;
   auto& config = core::ThreadContext().Config;
   EXPECT_EQ(config.LoadInternalResponse("CodigoAviso"), "9999");
   EXPECT_EQ(config.LoadInternalResponse("Nada"), "");

@@ -4,17 +4,17 @@
 
 #include <filesystem>
 
-#include "core_test_support.h"
+#include "support/context_fixture.h"
 #include "os/attributes.h"
 
 namespace velmora {
 namespace {
 
-using testing::CoreFixture;
+using testing::ContextFixture;
 using testing::RuntimeFolder;
 
 TEST(FileAdmin, PathsHangOffTheRuntimeFolderWithOneSeparator) {
-  CoreFixture f;
+  ContextFixture f;
   const std::string bare = f.folder.Root().substr(0, f.folder.Root().size() - 1);
   setenv("VELMORA_HOME", bare.c_str(), 1);
   EXPECT_EQ(CFileAdmin().GetSendedPath(), f.folder.Root() + "Enviados/");
@@ -22,7 +22,7 @@ TEST(FileAdmin, PathsHangOffTheRuntimeFolderWithOneSeparator) {
 }
 
 TEST(FileAdmin, MakeFoldersOnceAndPrivately) {
-  CoreFixture f;
+  ContextFixture f;
   std::filesystem::remove(f.folder.Path("Enviados"));
   CFileAdmin files;
   EXPECT_TRUE(files.MakeSended());
@@ -39,7 +39,7 @@ TEST(FileAdmin, MakeFoldersOnceAndPrivately) {
 }
 
 TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
-  CoreFixture f;
+  ContextFixture f;
   CFileAdmin files;
   EXPECT_FALSE(files.ExistResponseFile("ID1", fldReceived));
   f.folder.Write("Recibidos/ID1.xml", "<r/>");
@@ -51,7 +51,7 @@ TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
 }
 
 TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
-  CoreFixture f;
+  ContextFixture f;
   CFileAdmin files;
   EXPECT_TRUE(files.DeleteFromReceived("NADA"));
   EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CFileAdmin.DeleteFromReceived: Vamos a borrar el fichero de recibidos " +
@@ -63,7 +63,7 @@ TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
 }
 
 TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
-  CoreFixture f;
+  ContextFixture f;
   CFileAdmin files;
   f.folder.Write("Recibidos/ID3.xml", "<late/>");
   os::SetAttributes(f.folder.Path("Recibidos/ID3.xml"), os::kAttrReadOnly, "t");
@@ -76,7 +76,7 @@ TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
 }
 
 TEST(FileAdmin, LogIsTrimmedAtItsLimitInBytes) {
-  CoreFixture f;
+  ContextFixture f;
   CFileAdmin files;
   core::ThreadContext().Config.TamanioMaximoLog = 1000;
   f.folder.Write("velmora.log", std::string(999, 'x'));

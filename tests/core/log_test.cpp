@@ -1,15 +1,15 @@
 #include <gtest/gtest.h>
 
-#include "core_test_support.h"
+#include "support/context_fixture.h"
 
 namespace velmora {
 namespace {
 
-using testing::CoreFixture;
+using testing::ContextFixture;
 using testing::Lines;
 
 TEST(Log, NewFileStartsWithTheFrameThenTheLine) {
-  CoreFixture f;
+  ContextFixture f;
   auto& log = core::ThreadContext().MessageLog;
   log.Writeln("primera", true);
   log.Writeln("segunda", false);
@@ -24,7 +24,7 @@ TEST(Log, NewFileStartsWithTheFrameThenTheLine) {
 }
 
 TEST(Log, FlagsDecideWhatIsWritten) {
-  CoreFixture f;
+  ContextFixture f;
   CLog log{f.folder.Path("t.txt"), 0, "T "};
   log.Writeln("x", true);
   log.WriteTrace(true, "CConfig.LoadIni", "", true);
@@ -42,7 +42,7 @@ TEST(Log, FlagsDecideWhatIsWritten) {
 }
 
 TEST(Log, HandlerRecordsAndLogsInTheClassMethodForm) {
-  CoreFixture f;
+  ContextFixture f;
   try {
     Raise(32009, "CRespuestaPeticion.FromXMLFile");
   } catch (const std::exception& e) {

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "../interface/interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "ini/profile.h"
 #include "support/test_processes.h"
 #include "velmora/interface.h"

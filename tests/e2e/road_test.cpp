@@ -11,7 +11,7 @@
 #include <sstream>
 #include <thread>
 
-#include "../interface/interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "os/attributes.h"
 #include "os/paths.h"
 #include "ini/profile.h"
@@ -93,7 +93,7 @@ TEST(Road, ServiceFailuresFallBackToTheInternalResponse) {
     EXPECT_EQ(finish.type, rspInternal) << scenario;
     EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999") << scenario;
     // The executor's own failure is in the shared log, for whoever reads it.
-    EXPECT_TRUE(f.LogHas("CExecutor.SolicitudDispensacion:(")) << scenario << "\n" << f.Log();
+    EXPECT_TRUE(f.LogHas("CExecutor.SolicitudDispensacion:(*")) << scenario << "\n" << f.Log();
   }
   // Once each: a dispensation cut off after it was sent is never sent again.
   EXPECT_EQ(sim.Records().size(), std::size(scenarios));
@@ -109,7 +109,7 @@ TEST(Road, AnHttpsServiceNeverLeadsThePasswordToPlainHttp) {
     CInterface iface;
     auto request = CompleteRequest();
     EXPECT_EQ(*iface.SolicitudDispensacion(request)->m_colCodigoAviso.Item(1), "9999");
-    EXPECT_TRUE(f.LogHas("Se rechaza pasar de https a http: " + sim.WsdlUrl())) << f.Log();
+    EXPECT_TRUE(f.LogHas("CExecutor.ConectarServicio:(-2147467259)Se rechaza pasar de https a http: " + sim.WsdlUrl() + " *")) << f.Log();
   }
   EXPECT_EQ(plain.Records().size(), 0u);
 }
@@ -127,7 +127,7 @@ TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
   auto response = iface.SolicitudDispensacion(request);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3 + 2));
   EXPECT_TRUE(response->DatosValidos);
-  EXPECT_FALSE(f.LogHas("CAuditor.Save:(70)")) << f.Log();
+  EXPECT_EQ(f.Log().find("CAuditor.Save:(70)"), std::string::npos) << f.Log();
   holder.reset();
   std::optional<std::string> record;
   ASSERT_TRUE(audit::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record));
@@ -151,7 +151,7 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
   size_t sent = 0;
   for (const Case& c : {Case{"desktop", nullptr, true, true, "", ""}, Case{"service", nullptr, false, true, "", ""},
                         Case{"no viewer", "no-such-viewer", true, true, "53 ", "cPDF.Show:(53)No se encontró el archivo"},
-                        Case{"no fonts folder", nullptr, false, false, "-2147221503 ", "Dispensaciones:(-2147221503)"}}) {
+                        Case{"no fonts folder", nullptr, false, false, "-2147221503 ", "CInterface.SolicitudDispensaciones:(-2147221503)No se ha podido determinar el directorio de fuentes del sistema."}}) {
     InterfaceFixture f(Ini(sim));
     f.folder.Write("xdg-open", "#!/bin/sh\necho \"$@\" >> " + f.folder.Path("viewed.txt") + "\n");
     chmod(f.folder.Path("xdg-open").c_str(), 0700);
@@ -175,7 +175,7 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
     EXPECT_EQ(finish.type, rspReceived) << c.name;
     EXPECT_EQ(sim.Records().size(), ++sent) << c.name;
     EXPECT_EQ(ErrorNumbers(iface.Errores()), c.errors) << c.name;
-    EXPECT_TRUE(f.LogHas(c.logged)) << c.name << "\n" << f.Log();
+    EXPECT_TRUE(c.logged.empty() || f.LogHas(c.logged)) << c.name << "\n" << f.Log();
     const bool viewed = testing::WaitFor(
         [&] { return f.folder.Read("viewed.txt") == f.folder.Path("velmora.pdf") + "\n"; }, std::chrono::seconds(c.errors.empty() ? 10 : 0));
     EXPECT_EQ(viewed, c.errors.empty()) << c.name << ": " << f.folder.Read("viewed.txt");
@@ -360,7 +360,7 @@ TEST(Counter, RefusedServiceAnswersAtOnceWithTheTimeOutsFallback) {
   EXPECT_EQ(response->ToString(false), atTimeOut);
   const std::string log = f.Log();
   const std::string line = "CInterface.WaitResponse: executor.exe ha terminado sin dejar respuesta";
-  EXPECT_NE(log.find(line), std::string::npos);
+  EXPECT_TRUE(f.LogHas(line + " --> " + f.folder.Path("Recibidos/RX001.xml")));
   EXPECT_EQ(log.find(line), log.rfind(line));
 }
 
@@ -372,7 +372,7 @@ TEST(Counter, NoPasswordInTheTrace) {
   InterfaceFixture f(ini);
   CInterface iface;
   EXPECT_TRUE(Dispense(iface, "654321", [](auto& r) { r.ClaveUsuario = "clave-secreta"; })->DispensacionRealizada());
-  const std::string trace = f.folder.Read("velmora.txt");
+  const std::string trace = f.Trace();
   EXPECT_NE(trace.find("CPeticionDispensacion.ToString"), std::string::npos);
   EXPECT_NE(trace.find("<claveUsuario >********</claveUsuario>"), std::string::npos);
   EXPECT_EQ(trace.find("secreta"), std::string::npos);
@@ -436,7 +436,8 @@ TEST(Counter, ServiceTextsAndStaleAnswers) {
     InterfaceFixture f(Ini(sim));
     CInterface iface;
     Dispense(iface, "sim:fault-long");
-    EXPECT_TRUE(f.LogHas("Error del servicio 2024/01/01 00:00:00 CExecutor.SolicitudDispensacion:Linea falsa xxx"));
+    EXPECT_TRUE(f.LogHas("CExecutor.SolicitudDispensacion:(-2147467259)SOAP Fault: soapenv:Server - Error del servicio "
+                         "2024/01/01 00:00:00 CExecutor.SolicitudDispensacion:Linea falsa xxx*"));
     for (const std::string& line : testing::Lines(f.Log())) {
       EXPECT_LT(line.size(), 1500u);
       EXPECT_NE(line.rfind("2024/01/01", 0), 0u) << line;

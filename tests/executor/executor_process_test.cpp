@@ -11,7 +11,7 @@
 #include "os/attributes.h"
 #include "ini/profile.h"
 #include "xml/xml.h"
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "support/test_processes.h"
 
 namespace velmora::testing {
@@ -101,11 +101,11 @@ TEST(ExecutorProcess, EverySingleScenario) {
       {"warnings", true, "SOAP-ENC:string=0000;SOAP-ENC:string=1201;", nullptr, "1"},
       {"rejected", true, "NMotivosRechazo=2;", nullptr, "1"},
       {"multiref", true, "SOAP-ENC:string=Atención: dosis > 2 \"revisar\" — ñandú;", nullptr, "1"},
-      {"noreturn", false, nullptr, "CExecutor.SolicitudDispensacion:(32000)No se puede pasar los valores", "0"},
-      {"fault", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)SOAP Fault: soapenv:Server", "0"},
-      {"http500", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Error HTTP: HTTP 500", "0"},
-      {"illformed", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Respuesta SOAP mal formada", "0"},
-      {"drop", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Error de conexión", "0"},
+      {"noreturn", false, nullptr, "CExecutor.SolicitudDispensacion:(32000)No se puede pasar los valores*", "0"},
+      {"fault", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)SOAP Fault: soapenv:Server*", "0"},
+      {"http500", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Error HTTP: HTTP 500*", "0"},
+      {"illformed", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Respuesta SOAP mal formada*", "0"},
+      {"drop", false, nullptr, "CExecutor.SolicitudDispensacion:(-2147467259)Error de conexión*", "0"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.scenario);
@@ -115,8 +115,8 @@ TEST(ExecutorProcess, EverySingleScenario) {
     const std::string response = folder.Path("Recibidos/" + id + ".xml");
     EXPECT_EQ(out.exitCode, c.written ? 0 : 1);
     EXPECT_EQ(fs::exists(response), c.written);
-    EXPECT_TRUE(Has(out.log, id + " CExecutor.SolicitudDispensacion:Iniciando la solicitud de dispensación \r\n"));
-    EXPECT_TRUE(Has(out.log, id + " CExecutor.SolicitudDispensacion:Enviando mensaje SOAP 'PeticionDispensacion' \r\n"));
+    EXPECT_TRUE(HasLine(out.log, id + " CExecutor.SolicitudDispensacion:Iniciando la solicitud de dispensación "));
+    EXPECT_TRUE(HasLine(out.log, id + " CExecutor.SolicitudDispensacion:Enviando mensaje SOAP 'PeticionDispensacion' "));
     EXPECT_TRUE(Has(out.audit, "MENSAJE_ENVIADO=Si"));
     EXPECT_EQ(Has(out.audit, "MENSAJE_RECIBIDO=Si"), std::string(c.scenario) == "noreturn" || c.written);
     EXPECT_EQ(Counter(folder, "Recibidos"), c.received);
@@ -124,13 +124,13 @@ TEST(ExecutorProcess, EverySingleScenario) {
       EXPECT_EQ(os::GetAttributes(response, "test"), os::kAttrHidden);
       EXPECT_TRUE(Has(Leaves(response), c.fileHas)) << Leaves(response);
       EXPECT_EQ(Counter(folder, "Enviados"), "1");
-      for (const char* line : {"SolicitudDispensacion:Recibiendo mensaje SOAP 'RespuestaPeticion' \r\n",
-                               "CExecutor.SolicitudDispensacion:Antes de escribir en el fichero\r\n",
-                               "CExecutor.SolicitudDispensacion:DESPUES de escribir en el fichero\r\n",
-                               "CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden\r\n"})
-        EXPECT_TRUE(Has(out.log, id + " " + line)) << line;
+      for (const char* line : {"SolicitudDispensacion:Recibiendo mensaje SOAP 'RespuestaPeticion' ",
+                               "CExecutor.SolicitudDispensacion:Antes de escribir en el fichero",
+                               "CExecutor.SolicitudDispensacion:DESPUES de escribir en el fichero",
+                               "CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden"})
+        EXPECT_TRUE(HasLine(out.log, id + " " + line)) << line;
     } else {
-      EXPECT_TRUE(Has(out.log, c.logHas)) << out.log;
+      EXPECT_TRUE(HasLine(out.log, c.logHas)) << out.log;
     }
   }
   EXPECT_EQ(sim.Records().size(), std::size(cases));
@@ -149,12 +149,12 @@ TEST(ExecutorProcess, BatchScenariosAndTheBatchTexts) {
               "ResultResp=1;CodResp=0000;DescResp=Dispensación realizada;CodDisp=sim:batch-rejected;TipResp=0;"
               "CodResp=2001;DescResp=Dispensación rechazada: receta ya dispensada;CodDisp=600001;TipResp=1;"
               "CodResp=0000;DescResp=Dispensación realizada;CodDisp=600002;TipResp=0;");
-    for (const std::string& line : std::vector<std::string>{"CExecutor.SolicitudDispensaciones SendedPath : " + folder.Root() + "Enviados/\r\n",
-          "CExecutor.SolicitudDispensaciones strIdPrescripcion : " + id + "\r\n",
-          id + " CExecutor.SolicitudDispensaciones:Enviando mensaje SOAP 'PeticionDispensacion' \r\n",
-          id + " SolicitudDispensaciones:Recibiendo mensaje SOAP 'RespuestaPeticion' \r\n",
-          id + " CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden\r\n"})
-      EXPECT_TRUE(Has(out.log, line)) << line;
+    for (const std::string& line : std::vector<std::string>{"CExecutor.SolicitudDispensaciones SendedPath : " + folder.Root() + "Enviados/",
+          "CExecutor.SolicitudDispensaciones strIdPrescripcion : " + id + "",
+          id + " CExecutor.SolicitudDispensaciones:Enviando mensaje SOAP 'PeticionDispensacion' ",
+          id + " SolicitudDispensaciones:Recibiendo mensaje SOAP 'RespuestaPeticion' ",
+          id + " CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden"})
+      EXPECT_TRUE(HasLine(out.log, line)) << line;
     EXPECT_EQ(SimulatorProcess::Field(sim.Records().back(), "operation"), "SolicitudDispensacionMasiva");
   }
   {
@@ -166,7 +166,7 @@ TEST(ExecutorProcess, BatchScenariosAndTheBatchTexts) {
   {
     RuntimeFolder folder(Ini(sim.WsdlUrl()));
     EXPECT_EQ(RunExecutor({"IDPres=MD__missing", "MD"}), 1);
-    EXPECT_TRUE(Has(folder.Read("velmora.log"), "CExecutor.SolicitudDispensaciones:(32009)No se puede cargar el archivo XML"));
+    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor.SolicitudDispensaciones:(32009)No se puede cargar el archivo XML*"));
   }
 }
 
@@ -190,14 +190,14 @@ TEST(ExecutorProcess, RequestAndConnectionFailures) {
   {
     RuntimeFolder folder(Ini(sim.WsdlUrl()));
     EXPECT_EQ(RunExecutor({"IDPres=RX-none"}), 1);
-    EXPECT_TRUE(Has(folder.Read("velmora.log"), "CExecutor.SolicitudDispensacion:(32009)No se puede cargar el archivo XML"));
+    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor.SolicitudDispensacion:(32009)No se puede cargar el archivo XML*"));
   }
   {
     RuntimeFolder folder(Ini("http://127.0.0.1:" + std::to_string(UnusedPort()) + "/dispensacion?wsdl"));
     Outcome out = Exchange(folder, "RX-refused", SingleBody("1"));
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_TRUE(Has(out.log, "CExecutor.ConectarServicio:(-2147467259)Error de conexión"));
-    EXPECT_TRUE(Has(out.log, "CExecutor.SolicitudDispensacion:(32010)No se puede conectar con el servicio web"));
+    EXPECT_TRUE(HasLine(out.log, "CExecutor.ConectarServicio:(-2147467259)Error de conexión*"));
+    EXPECT_TRUE(HasLine(out.log, "CExecutor.SolicitudDispensacion:(32010)No se puede conectar con el servicio web*"));
     EXPECT_FALSE(Has(out.audit, "MENSAJE_ENVIADO=Si"));
   }
   {
@@ -219,7 +219,7 @@ TEST(ExecutorProcess, TimeOutOnlyWithTheProxySectionSwitchedOn) {
     RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("0", "1", "", "", "300")));
     Outcome out = Exchange(folder, "RX-slow1", SingleBody("sim:slow-1"));
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_TRUE(Has(out.log, "CExecutor.SolicitudDispensacion:(-2147467259)Tiempo de espera agotado: 300 ms")) << out.log;
+    EXPECT_TRUE(HasLine(out.log, "CExecutor.SolicitudDispensacion:(-2147467259)Tiempo de espera agotado: 300 ms*")) << out.log;
     EXPECT_TRUE(fs::is_empty(folder.Path("Recibidos")));
   }
 }
@@ -239,7 +239,9 @@ TEST(ExecutorProcess, ThroughTheConfiguredProxy) {
     RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("1", port, "", "", "5000")));
     Outcome out = Exchange(folder, "RX-407", SingleBody("sim:accepted"));
     EXPECT_EQ(out.exitCode, 1);
-    EXPECT_TRUE(Has(out.log, "El proxy rechazó las credenciales (HTTP 407)")) << out.log;
+    EXPECT_TRUE(HasLine(out.log, "CExecutor.ConectarServicio:(-2147467259)El proxy rechazó las credenciales (HTTP 407): " +
+                                     sim.WsdlUrl()))
+        << out.log;
   }
 }
 
@@ -259,7 +261,7 @@ TEST(ExecutorProcess, KilledAtAnyStepLeavesNoPartialResponse) {
       [] { return true; },
       [&] { return fs::exists(folder.Path("Auditoria/audit.log")); },
       [&] { return !sim.Records().empty(); },
-      [&] { return Has(folder.Read("velmora.log"), "Antes de escribir en el fichero"); },
+      [&] { return HasLine(folder.Read("velmora.log"), "RX-kill CExecutor.SolicitudDispensacion:Antes de escribir en el fichero"); },
   };
   for (size_t i = 0; i < points.size(); ++i) {
     fs::remove(folder.Path("Recibidos/RX-kill.xml"));

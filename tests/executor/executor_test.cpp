@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "support/test_processes.h"
 
 namespace velmora::testing {
@@ -25,8 +25,6 @@ std::string IniFor(const std::string& wsdl, const std::string& guardar = "0") {
   return ini;
 }
 
-bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
 TEST(Executor, WithoutIniItIsDisabledAndEveryRequestFails) {
   InFreshThread([] {
     RuntimeFolder folder("");
@@ -35,10 +33,10 @@ TEST(Executor, WithoutIniItIsDisabledAndEveryRequestFails) {
     EXPECT_FALSE(executor.SolicitudDispensacion("RX1"));
     EXPECT_FALSE(executor.SolicitudDispensaciones("MD__RX1"));
     std::string log = folder.Read("velmora.log");
-    EXPECT_TRUE(Has(log, "CExecutor.Class_Initialize:(32001)No se puede leer la información del archivo de "
-                         "inicialización (.ini)\r\n"));
-    EXPECT_TRUE(Has(log, "CExecutor.SolicitudDispensaciones:(32005)La interfaz Velmora no está activa. Posiblemente "
-                         "no se han cargado los daos del archivo de inicialización correctamente\r\n"));
+    EXPECT_TRUE(HasLine(log, "CExecutor.Class_Initialize:(32001)No se puede leer la información del archivo de "
+                         "inicialización (.ini)"));
+    EXPECT_TRUE(HasLine(log, "CExecutor.SolicitudDispensaciones:(32005)La interfaz Velmora no está activa. Posiblemente "
+                         "no se han cargado los daos del archivo de inicialización correctamente"));
     ASSERT_GE(executor.Errores().Errores().Count(), 1u);
     const CErrorItem* last = executor.Errores().Errores().Item(executor.Errores().Errores().Count());
     EXPECT_EQ(last->Number, 32005);
@@ -59,7 +57,7 @@ TEST(Executor, ConnectsOnceAndRaisesItsEvents) {
     EXPECT_TRUE(executor.ConectarServicio());
     EXPECT_TRUE(executor.ConectarServicio());
     EXPECT_EQ(connected, 1);
-    EXPECT_TRUE(Has(folder.Read("velmora.log"), "RX8 CExecutor.ConectarServicio:El servicio ya está conectado\r\n"));
+    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "RX8 CExecutor.ConectarServicio:El servicio ya está conectado"));
 
     // A missing request file: no call is made and nothing counts as sent.
     EXPECT_FALSE(executor.SolicitudDispensacion("RX8"));
@@ -85,7 +83,7 @@ TEST(Executor, BadProxySectionFailsTheConnection) {
     CExecutor executor;
     EXPECT_FALSE(executor.ConectarServicio());
     EXPECT_FALSE(executor.Conectado());
-    EXPECT_TRUE(Has(folder.Read("velmora.log"), "CExecutor.ConectarServicio:(13)No coinciden los tipos\r\n"));
+    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor.ConectarServicio:(13)No coinciden los tipos"));
   });
 }
 

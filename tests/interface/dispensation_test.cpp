@@ -2,7 +2,7 @@
 
 #include <thread>
 
-#include "interface_fixture.h"
+#include "interface/interface_fixture.h"
 #include "os/attributes.h"
 #include "ini/profile.h"
 #include "velmora/interface.h"
@@ -80,7 +80,7 @@ TEST(Dispensation, AnswerArrivingDuringTheWaitIsTakenStaleOneIsNot) {
     EXPECT_TRUE(f.Exists("Retrasados/RX001.xml"));
     EXPECT_EQ(ini::ReadProfileString(f.folder.Path("Auditoria/audit.log"), "RX001", "RESPUESTA_GENERADA"),
               waits ? "srv" : "int");
-    EXPECT_EQ(f.LogHas("dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32\r\n"), !hidden);
+    EXPECT_EQ(f.LogHas("CInterface.WaitResponse: dentro del if --> " + f.folder.Root() + "Recibidos/RX001.xml32"), !hidden);
   }
 }
 
@@ -93,7 +93,7 @@ TEST(Dispensation, ZeroIntervalFailsTheWaitNotTheCall) {
   auto response = iface.SolicitudDispensacion(request);
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_EQ(o.type, rspInternal);
-  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(11)División por cero\r\n"));
+  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(11)División por cero"));
 }
 
 TEST(Dispensation, BlankIdentifierIsMadeAndNamesEverything) {
@@ -118,11 +118,11 @@ TEST(Dispensation, FailuresGiveTheForcedInternalResponse) {
     const char* logLine;
   } cases[] = {
       {"incomplete", [](CPeticionDispensacion& r) { r.Importe.clear(); }, true, "32002 32013 ",
-       "CInterface.SolicitudDispensacion:(32002)Inicialice los campos obligatorios\r\n"},
+       "CInterface.SolicitudDispensacion:(32002)Inicialice los campos obligatorios"},
       {"no executor", [](CPeticionDispensacion&) {}, false, "53 32013 ",
-       "CInterface.SolicitudDispensacion:(53)No se ha encontrado el archivo executor.exe\r\n"},
+       "CInterface.SolicitudDispensacion:(53)No se ha encontrado el archivo executor.exe"},
       {"path in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "../../escape"; }, true, "32007 32013 ",
-       "CInterface.SolicitudDispensacion:(32007)No se puede exportar la petición de dispensación\r\n"},
+       "CInterface.SolicitudDispensacion:(32007)No se puede exportar la petición de dispensación"},
       {"dot id", [](CPeticionDispensacion& r) { r.IDPrescripcion = ".."; }, true, "32007 32013 ", nullptr},
       {"section in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "RX]\r\n[RX2"; }, true, "32007 32013 ", nullptr},
       {"control in id", [](CPeticionDispensacion& r) { r.IDPrescripcion = "RX\x1b"; }, true, "32007 32013 ", nullptr},

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "fixture.h"
+#include "messages_fixture.h"
 #include "os/files.h"
 #include "xml/xml.h"
 #include "velmora/messages.h"
@@ -136,7 +136,7 @@ TEST_F(ListadoTest, BatchBodyTakesPharmacyAndUserFromTheFirstItem) {
   EXPECT_EQ(env.rfind("<?xml version='1.0' encoding='UTF-8'?><SOAP-ENV:Envelope ", 0), 0u);
   EXPECT_EQ(env.substr(env.size() - expected.size() - 20), expected + "</SOAP-ENV:Envelope>");
 
-  const std::string path = folder_.Path("Enviados/MD__RX1.xml");
+  const std::string path = folder.Path("Enviados/MD__RX1.xml");
   ASSERT_TRUE(batch.ToXMLFile(path));
   EXPECT_TRUE(LogHas("CListadoDispensaciones.ToXML:Generando archivo " + path + " con la petición de la dispensación"));
   xml::Document doc;
@@ -155,7 +155,7 @@ TEST_F(ListadoTest, EmptyBatchReports32014AndMarkupIsEscaped) {
   EXPECT_EQ(LastErrorNumber(), 32014);
   EXPECT_EQ(LastError()->Description, "No hay dispensaciones para dispensar");
   EXPECT_EQ(LastError()->Source, "CInterface.SolicitudDispensaciones");
-  const std::string path = folder_.Path("Enviados/empty.xml");
+  const std::string path = folder.Path("Enviados/empty.xml");
   EXPECT_FALSE(batch.ToXMLFile(path));
   EXPECT_EQ(LastErrorNumber(), 32003);
   EXPECT_FALSE(os::PathExists(path));
@@ -164,7 +164,7 @@ TEST_F(ListadoTest, EmptyBatchReports32014AndMarkupIsEscaped) {
   markup.Lector = "A&B";
   ASSERT_TRUE(batch.aniadirDispensacion(markup));
   ASSERT_TRUE(batch.ToXMLFile(path));
-  EXPECT_NE(folder_.Read("Enviados/empty.xml").find(">A&amp;B</numeroReceta>"), std::string::npos);
+  EXPECT_NE(folder.Read("Enviados/empty.xml").find(">A&amp;B</numeroReceta>"), std::string::npos);
 }
 
 }  // namespace

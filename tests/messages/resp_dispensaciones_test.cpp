@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "fixture.h"
+#include "messages_fixture.h"
 #include "os/files.h"
 #include "xml/xml.h"
 #include "velmora/messages.h"
@@ -28,15 +28,15 @@ const char* kRejected =
 class RespDispensacionesTest : public MessagesTest {};
 
 TEST_F(RespDispensacionesTest, AcceptedBatchDoesNotReadTheRows) {
-  folder_.Write("Recibidos/ok.xml",
+  folder.Write("Recibidos/ok.xml",
                 "<RespuestaPeticion><resultresp>0</resultresp><Respuestas><i><CodResp>1</CodResp></i></Respuestas>"
                 "</RespuestaPeticion>");
   CRespDispensaciones r;
-  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/ok.xml")));
+  ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/ok.xml")));
   EXPECT_TRUE(r.blnCodigoErrorDisp);
   EXPECT_TRUE(r.DispensacionRealizada());
   EXPECT_EQ(r.ResultadoDispensacion().Count(), 0u);
-  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:CORRECTOOOOOOOOOOOO \r\n"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:CORRECTOOOOOOOOOOOO "));
   EXPECT_NE(r.ToString(false).find("<ResultResp >0</ResultResp>\r\n"), std::string::npos);
 }
 
@@ -57,16 +57,16 @@ TEST_F(RespDispensacionesTest, RescanRules) {
 }
 
 TEST_F(RespDispensacionesTest, RejectedBatchRowsBodyAndRoundTrip) {
-  folder_.Write("Recibidos/MD.xml", kRejected);
+  folder.Write("Recibidos/MD.xml", kRejected);
   CRespDispensaciones r;
-  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/MD.xml")));
+  ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/MD.xml")));
   EXPECT_FALSE(r.blnCodigoErrorDisp);
   EXPECT_FALSE(r.DispensacionRealizada());
   // The rows themselves are pinned by the body below.
   EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList"));
-  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:nombre del nodo : ResultResp de i = 0\r\n"));
-  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:errrorrrr \r\n"));
-  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:en el for  yy \r\n"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:nombre del nodo : ResultResp de i = 0"));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:errrorrrr "));
+  EXPECT_TRUE(LogHas("CRespDispensaciones.IObject_FromXML:en el for  yy "));
   const std::string body = r.ToString(false);
   EXPECT_EQ(body,
             "<RespuestaPeticion " + kEsquema + "> <ResultResp >1</ResultResp>\r\n<Respuestas >"
@@ -81,7 +81,7 @@ TEST_F(RespDispensacionesTest, RejectedBatchRowsBodyAndRoundTrip) {
   EXPECT_EQ(env.rfind("<?xml version='1.0' encoding='UTF-8'?><SOAP-ENV:Envelope xmlns:SOAP-ENV=", 0), 0u);
   EXPECT_EQ(env.substr(env.size() - body.size() - 20), body + "</SOAP-ENV:Envelope>");
 
-  const std::string path = folder_.Path("Recibidos/MD_out.xml");
+  const std::string path = folder.Path("Recibidos/MD_out.xml");
   ASSERT_TRUE(r.ToXMLFile(path));
   EXPECT_TRUE(LogHas("CRespDispensaciones.ToXML:Generando archivo " + path + " con la respuesta de la dispensación"));
   CRespDispensaciones back;
@@ -120,7 +120,7 @@ TEST_F(RespDispensacionesTest, ForcedResponseStartsWithTheFailureRow) {
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Codigo, "1");
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Description, "9999");
 
-  const std::string path = folder_.Path("Recibidos/forced.xml");
+  const std::string path = folder.Path("Recibidos/forced.xml");
   ASSERT_TRUE(r.ToXMLFile(path));
   CRespDispensaciones back;
   ASSERT_TRUE(back.FromXMLFile(path));
@@ -144,10 +144,10 @@ TEST_F(RespDispensacionesNoIniTest, WithoutIniExactlyOneFailureRow) {
 }
 
 TEST_F(RespDispensacionesTest, BadFilesGive32009AndMarkupInRowsReadsBack) {
-  folder_.Write("Recibidos/ill.xml", "<RespuestaPeticion><ResultResp>1</ResultResp>");
+  folder.Write("Recibidos/ill.xml", "<RespuestaPeticion><ResultResp>1</ResultResp>");
   for (const char* name : {"missing.xml", "ill.xml"}) {
     CRespDispensaciones r;
-    EXPECT_FALSE(r.FromXMLFile(folder_.Path(std::string("Recibidos/") + name)));
+    EXPECT_FALSE(r.FromXMLFile(folder.Path(std::string("Recibidos/") + name)));
     EXPECT_EQ(LastErrorNumber(), 32009);
     EXPECT_EQ(LastError()->Source, "CRespDispensaciones.FromXMLFile");
   }
@@ -159,7 +159,7 @@ TEST_F(RespDispensacionesTest, BadFilesGive32009AndMarkupInRowsReadsBack) {
   e.Description = "a < b";
   r.addDispensationResult(e);
   EXPECT_EQ(r.ResultadoDispensacion().Item(1)->Codigo, "1");  // added rows are copies
-  const std::string path = folder_.Path("Recibidos/markup.xml");
+  const std::string path = folder.Path("Recibidos/markup.xml");
   ASSERT_TRUE(r.ToXMLFile(path));
   CRespDispensaciones back;
   ASSERT_TRUE(back.FromXMLFile(path));

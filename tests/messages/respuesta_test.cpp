@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "fixture.h"
+#include "messages_fixture.h"
 #include "os/files.h"
 #include "xml/xml.h"
 #include "velmora/messages.h"
@@ -66,12 +66,12 @@ TEST_F(RespuestaTest, BodyWithOneWarning) {
 }
 
 TEST_F(RespuestaTest, ReadsAServiceReplyByLocalNameWhateverThePrefixOrCase) {
-  folder_.Write("Recibidos/R1.xml", kServiceReply);
+  folder.Write("Recibidos/R1.xml", kServiceReply);
   CRespuestaPeticion r;
   std::vector<std::string> events;
   r.onBeforeTransformFromXML = [&] { events.push_back("before"); };
   r.onEndTransformFromXML = [&] { events.push_back("end"); };
-  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/R1.xml")));
+  ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/R1.xml")));
   EXPECT_EQ(events, (std::vector<std::string>{"before", "end"}));
   EXPECT_EQ(r.m_intNAvisos, 2);
   EXPECT_EQ(r.m_intNMotivosRechazo, 0);
@@ -85,16 +85,16 @@ TEST_F(RespuestaTest, ReadsAServiceReplyByLocalNameWhateverThePrefixOrCase) {
   EXPECT_TRUE(LogHas("CRespuestaPeticion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList"));
 
   // Reading again appends.
-  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/R1.xml")));
+  ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/R1.xml")));
   EXPECT_EQ(r.m_colCodigoAviso.Count(), 4u);
 }
 
 TEST_F(RespuestaTest, NonNumericCountIsZeroAndTextsAreStillRead) {
-  folder_.Write("Recibidos/R2.xml",
+  folder.Write("Recibidos/R2.xml",
                 "<RespuestaPeticion><NAvisos>dos</NAvisos><NMotivosRechazo>1,5</NMotivosRechazo>"
                 "<textoAviso><s>T</s></textoAviso><codigoAviso><s>0001</s></codigoAviso></RespuestaPeticion>");
   CRespuestaPeticion r;
-  ASSERT_TRUE(r.FromXMLFile(folder_.Path("Recibidos/R2.xml")));
+  ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/R2.xml")));
   EXPECT_EQ(r.m_intNAvisos, 0);
   EXPECT_EQ(r.m_intNMotivosRechazo, 2);  // 1,5 rounds half to even
   EXPECT_EQ(Items(r.m_colTextoAviso), std::vector<std::string>{"T"});
@@ -111,7 +111,7 @@ TEST_F(RespuestaTest, RoundTripThroughTheFile) {
   r.m_colCodigoAviso.Add("0000");
   r.m_colTextoMotivosRechazo.Add("Rechazo");
   r.m_colCodigoMotivosRechazo.Add("R9");
-  const std::string path = folder_.Path("Recibidos/RT.xml");
+  const std::string path = folder.Path("Recibidos/RT.xml");
   ASSERT_TRUE(r.ToXMLFile(path));
   EXPECT_TRUE(LogHas("CRespuestaPeticion.ToXML:Generando archivo " + path + " con la respuesta de la dispensación"));
 
@@ -142,9 +142,9 @@ TEST_F(RespuestaTest, BadFilesAreErrorsWithoutACrash) {
       {"range.xml", "<RespuestaPeticion><NAvisos>99999</NAvisos></RespuestaPeticion>", 32000},
   };
   for (const auto& c : cases) {
-    if (std::string(c.name) != "missing.xml") folder_.Write(std::string("Recibidos/") + c.name, c.text);
+    if (std::string(c.name) != "missing.xml") folder.Write(std::string("Recibidos/") + c.name, c.text);
     CRespuestaPeticion r;
-    EXPECT_FALSE(r.FromXMLFile(folder_.Path(std::string("Recibidos/") + c.name))) << c.name;
+    EXPECT_FALSE(r.FromXMLFile(folder.Path(std::string("Recibidos/") + c.name))) << c.name;
     EXPECT_EQ(LastErrorNumber(), c.number) << c.name;
     EXPECT_EQ(r.m_colTextoAviso.Count(), 0u);
   }
@@ -195,7 +195,7 @@ TEST_F(RespuestaTest, ForcedInternalResponseRecords32013AndCarriesTheErrorInterf
   EXPECT_EQ(LastError()->Source, "CRespuestaPeticion.SetInternalResponse");
   EXPECT_EQ(LastError()->Description,
             "Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación");
-  EXPECT_TRUE(LogHas("CRespuestaPeticion.SetInternalResponse:(32013)Se ha forzado la respuesta interna"));
+  EXPECT_TRUE(LogHas("CRespuestaPeticion.SetInternalResponse:(32013)Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación"));
   EXPECT_EQ(Items(r.m_colCodigoMotivosRechazo), (std::vector<std::string>{"99999", ""}));
   EXPECT_EQ(Items(r.m_colTextoMotivosRechazo),
             (std::vector<std::string>{
@@ -205,9 +205,9 @@ TEST_F(RespuestaTest, ForcedInternalResponseRecords32013AndCarriesTheErrorInterf
   EXPECT_EQ(r.m_intNMotivosRechazo, 0);  // the ini's NumMotivosRechazo
   EXPECT_EQ(Items(r.m_colCodigoAviso), std::vector<std::string>{"9999"});
   // The entry survives the file.
-  ASSERT_TRUE(r.ToXMLFile(folder_.Path("Recibidos/forced.xml")));
+  ASSERT_TRUE(r.ToXMLFile(folder.Path("Recibidos/forced.xml")));
   CRespuestaPeticion back;
-  ASSERT_TRUE(back.FromXMLFile(folder_.Path("Recibidos/forced.xml")));
+  ASSERT_TRUE(back.FromXMLFile(folder.Path("Recibidos/forced.xml")));
   EXPECT_EQ(Items(back.m_colCodigoMotivosRechazo), std::vector<std::string>{"99999"});
 }
 

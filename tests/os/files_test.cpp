@@ -12,7 +12,7 @@
 #include "os/paths.h"
 #include "os/process.h"
 #include "vbcompat/text.h"
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "velmora/error.h"
 
 namespace velmora::os {

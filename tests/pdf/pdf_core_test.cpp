@@ -2,7 +2,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "pdf_fixture.h"
+#include "pdf/pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {
@@ -87,7 +87,7 @@ TEST_F(PdfTest, MemoryAndFileModes) {
   ASSERT_TRUE(pdf.PDFCreate(Path("old.pdf")));
   pdf.PDFClose();
   EXPECT_TRUE(pdf.GetPDFStream().empty());
-  EXPECT_EQ(ReadBinary(Path("old.pdf")).substr(0, 8), "%PDF-1.3");
+  EXPECT_EQ(ReadFile(Path("old.pdf")).substr(0, 8), "%PDF-1.3");
   ASSERT_EQ(stat(Path("old.pdf").c_str(), &st), 0);
   EXPECT_LT(st.st_size, 1000);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
@@ -121,7 +121,7 @@ TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
   first->NewPage();
   first.reset();  // never closed: what was written reaches the file
   EXPECT_EQ(pdf::State().fd, -1);
-  EXPECT_EQ(ReadBinary(Path("first.pdf")).substr(0, 8), "%PDF-1.3");
+  EXPECT_EQ(ReadFile(Path("first.pdf")).substr(0, 8), "%PDF-1.3");
 
   auto older = std::make_unique<cPDF>();
   ASSERT_TRUE(older->PDFCreate(Path("older.pdf")));
@@ -134,7 +134,7 @@ TEST_F(PdfTest, AnAbandonedDocumentFreesItsFileButNotALaterOne) {
   older.reset();
   newer.NewPage();
   newer.PDFClose();
-  EXPECT_EQ(XrefProblems(ReadBinary(Path("newer.pdf"))), "");
+  EXPECT_EQ(XrefProblems(ReadFile(Path("newer.pdf"))), "");
 }
 
 TEST_F(PdfTest, ObjectNumbersSkipTwoToFourAndOverflowIsAnError) {
@@ -173,7 +173,7 @@ TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
     EXPECT_EQ(failure ? failure->Number : 0, viewer == "no-such-viewer" ? 53 : 0) << viewer;
     EXPECT_EQ(failure ? failure->Description : "", viewer == "no-such-viewer" ? "No se encontró el archivo" : "");
   }
-  EXPECT_TRUE(WaitFor([&] { return ReadBinary(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
+  EXPECT_TRUE(WaitFor([&] { return ReadFile(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
                       std::chrono::seconds(10)));
   setenv("PATH", path.c_str(), 1);
 }

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "pdf/pdf_writer.h"
-#include "pdf_support.h"
-#include "support/runtime_folder.h"
+#include "support/pdf_checks.h"
+#include "support/test_support.h"
 #include "velmora/pdf.h"
 
 namespace velmora::testing {
@@ -86,7 +86,7 @@ inline const std::string kA4Page5 =
     Dict(5, {"/Type /Page", "/Parent 3 0 R", "/MediaBox [ 0 0 595 842]", "/Contents 6 0 R", "/Rotate 0"});
 
 inline std::vector<uint8_t> SourceBytes(const std::string& relative) {
-  const std::string s = ReadBinary(std::string(VELMORA_SOURCE_DIR) + "/" + relative);
+  const std::string s = ReadFile(std::string(VELMORA_SOURCE_DIR) + "/" + relative);
   return {s.begin(), s.end()};
 }
 
@@ -111,7 +111,7 @@ class PdfTest : public ::testing::Test {
       build(pdf);
       pdf.PDFClose();
     }
-    std::string bytes = ReadBinary(path);
+    std::string bytes = ReadFile(path);
     EXPECT_EQ(XrefProblems(bytes), "") << name;
     EXPECT_EQ(QpdfProblems(path), "") << name;
     // A document without pages has nothing to render (pdftoppm refuses it by design).
@@ -121,7 +121,7 @@ class PdfTest : public ::testing::Test {
     return bytes;
   }
 
-  FixedClock clock_;
+  FixedClock clock_{{2024, 3, 5, 14, 7, 9}};  // the CreationDate below
   std::unique_ptr<RuntimeFolder> folder_;
 };
 

@@ -1,4 +1,4 @@
-#include "pdf_fixture.h"
+#include "pdf/pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "pdf_fixture.h"
+#include "pdf/pdf_fixture.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
@@ -102,7 +102,7 @@ TEST_F(PdfTest, PictureFilesInEveryFormat) {
 
   // The same BMP stored from the top row down (negative height), and a PNG whose transparent
   // pixel must print white and whose half-transparent black one half way to white.
-  std::string topDown = ReadBinary(Path("p.bmp"));
+  std::string topDown = ReadFile(Path("p.bmp"));
   const int32_t negative = -8;
   std::memcpy(topDown.data() + 22, &negative, 4);
   for (size_t row = 0; row < 4; ++row)

@@ -1,7 +1,7 @@
 #include <cmath>
 #include <tuple>
 
-#include "pdf_fixture.h"
+#include "pdf/pdf_fixture.h"
 
 namespace velmora::testing {
 namespace {

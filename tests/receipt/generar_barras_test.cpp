@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <string>
 
-#include "pdf/pdf_support.h"
 #include "receipt/print_spooler.h"
-#include "support/runtime_folder.h"
+#include "support/pdf_checks.h"
+#include "support/test_support.h"
 #include "velmora/barcode.h"
 #include "velmora/pdf.h"
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "core/context.h"
-#include "pdf/pdf_support.h"
+#include "support/pdf_checks.h"
 #include "receipt/data_text.h"
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
 #include "velmora/messages.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ini/profile.h"
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 #include "support/test_processes.h"
 
 namespace velmora {

@@ -15,7 +15,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 
 extern char** environ;
 
@@ -29,13 +29,6 @@ std::string MakeTempFolder(const char* tag) {
   std::string pattern = (fs::temp_directory_path() / (std::string(tag) + "-XXXXXX")).string();
   if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
   return pattern + "/";
-}
-
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
 }
 
 bool Connects(int port) {
@@ -106,7 +99,7 @@ SimulatorProcess::SimulatorProcess(const std::vector<std::string>& extraArgs) {
   process_ = ChildProcess(argv);
   if (!WaitFor([&] { return fs::exists(folder_ + "port"); }, std::chrono::seconds(10)))
     throw std::runtime_error("velmora-sim did not start");
-  port_ = std::stoi(ReadText(folder_ + "port"));
+  port_ = std::stoi(ReadFile(folder_ + "port"));
 }
 
 SimulatorProcess::~SimulatorProcess() {
@@ -123,7 +116,7 @@ std::string SimulatorProcess::WsdlUrl() const { return BaseUrl() + "/dispensacio
 
 std::vector<std::string> SimulatorProcess::Records() const {
   std::vector<std::string> lines;
-  std::istringstream in(ReadText(record_));
+  std::istringstream in(ReadFile(record_));
   for (std::string line; std::getline(in, line);)
     if (!line.empty()) lines.push_back(line);
   return lines;
@@ -165,6 +158,31 @@ ProxyProcess::~ProxyProcess() {
   process_.Stop();
   std::error_code ec;
   if (!folder_.empty()) fs::remove_all(folder_, ec);
+}
+
+ProgramResult RunProgram(const std::vector<std::string>& argv) {
+  char tmpl[] = "/tmp/velmora_pdf_out_XXXXXX";
+  int fd = mkstemp(tmpl);
+  ProgramResult r;
+  if (fd < 0) return r;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, fd, 1);
+  posix_spawn_file_actions_adddup2(&actions, fd, 2);
+  std::vector<char*> args;
+  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+  pid_t pid = 0;
+  if (posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), environ) == 0) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  close(fd);
+  r.output = ReadFile(tmpl);
+  unlink(tmpl);
+  return r;
 }
 
 int UnusedPort() {

@@ -73,6 +73,13 @@ class ProxyProcess {
   ChildProcess process_;
 };
 
+struct ProgramResult {
+  int exitCode = -1;
+  std::string output;  // standard output and standard error together
+};
+// Runs a program found on PATH (no shell) and waits for it.
+ProgramResult RunProgram(const std::vector<std::string>& argv);
+
 // A loopback port nobody listens on (bound, then released).
 int UnusedPort();
 std::string DataFile(const std::string& name);  // tests/support/data/<name>

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "os/clock.h"
+#include "support/test_support.h"
 #include "vbcompat/dates.h"
 
 namespace velmora::testing {
@@ -23,7 +23,7 @@ struct Case {
 };
 
 TEST(Dates, SpanishOrderTable) {
-  os::SetClockForTesting([] { return os::LocalTime{2024, 6, 1, 12, 0, 0}; });
+  FixedClock clock({2024, 6, 1, 12, 0, 0});
   const Case cases[] = {
       {"03/02/2024", "2024-02-03 00:00:00"},
       {"3/2/24", "2024-02-03 00:00:00"},
@@ -63,7 +63,6 @@ TEST(Dates, SpanishOrderTable) {
       {"1/1/10000", "no"},
   };
   for (const Case& c : cases) EXPECT_EQ(Read(c.text), c.expected) << c.text;
-  os::SetClockForTesting({});
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include "os/files.h"
 #include "xml/xml.h"
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 
 namespace velmora::testing {
 namespace {

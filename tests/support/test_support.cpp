@@ -1,4 +1,4 @@
-#include "support/runtime_folder.h"
+#include "support/test_support.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -45,8 +46,8 @@ RuntimeFolder::~RuntimeFolder() {
   fs::remove_all(root_, ec);
 }
 
-std::string RuntimeFolder::Read(const std::string& relative) const {
-  std::ifstream in(root_ + relative, std::ios::binary);
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
   std::ostringstream out;
   out << in.rdbuf();
   return out.str();
@@ -100,6 +101,13 @@ std::string RuntimeFolder::DefaultIni() {
   });
 }
 
+std::string IniWith(const std::string& key, const std::string& value) {
+  std::string ini = RuntimeFolder::DefaultIni();
+  const size_t at = ini.find("\r\n" + key + "=");
+  const size_t end = ini.find("\r\n", at + 2);
+  return ini.substr(0, at) + "\r\n" + key + "=" + value + ini.substr(end);
+}
+
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!condition()) {
@@ -138,6 +146,16 @@ std::vector<std::string> Lines(const std::string& text) {
     start = end + 2;
   }
   return lines;
+}
+
+bool HasLine(const std::string& text, const std::string& line) {
+  static const std::regex stamp(R"(^\d{4}/\d\d/\d\d \d\d:\d\d:\d\d )");
+  const bool open = !line.empty() && line.back() == '*';
+  const std::string want = open ? line.substr(0, line.size() - 1) : line;
+  const auto matches = [&](std::string_view l) { return open ? l.starts_with(want) : l == want; };
+  for (const std::string& l : Lines(text))
+    if (matches(l) || (std::regex_search(l, stamp) && matches(std::string_view(l).substr(20)))) return true;
+  return false;
 }
 
 }  // namespace velmora::testing

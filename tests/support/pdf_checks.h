@@ -4,32 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "os/clock.h"
+#include "support/test_processes.h"
 
 namespace velmora::testing {
 
-// The fixed moment every PDF test stamps: 5 March 2024, 14:07:09.
-inline constexpr os::LocalTime kTestTime{2024, 3, 5, 14, 7, 9};
-
-// Pins the clock for the life of the object.
-class FixedClock {
- public:
-  FixedClock() { os::SetClockForTesting([] { return kTestTime; }); }
-  ~FixedClock() { os::SetClockForTesting({}); }
-};
-
 std::string AsString(const std::vector<uint8_t>& bytes);
-std::string ReadBinary(const std::string& path);
 
 // Joins lines with a carriage return after each.
 std::string CrLines(const std::vector<std::string>& lines);
-
-struct ProgramResult {
-  int exitCode = -1;
-  std::string output;  // standard output and standard error together
-};
-// Runs a program (no shell) and waits for it.
-ProgramResult RunProgram(const std::vector<std::string>& argv);
 
 // Empty when the file passes `qpdf --check` with at most the warning that a stream keyword is
 // followed by a carriage return only (the writer's line end, by design); otherwise the reason.

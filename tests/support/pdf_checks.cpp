@@ -1,57 +1,16 @@
-#include "pdf_support.h"
+#include "support/pdf_checks.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
-
-extern char** environ;
 
 namespace velmora::testing {
 
 std::string AsString(const std::vector<uint8_t>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
-std::string ReadBinary(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
 std::string CrLines(const std::vector<std::string>& lines) {
   std::string out;
   for (const auto& l : lines) out += l + "\r";
   return out;
-}
-
-ProgramResult RunProgram(const std::vector<std::string>& argv) {
-  char tmpl[] = "/tmp/velmora_pdf_out_XXXXXX";
-  int fd = mkstemp(tmpl);
-  ProgramResult r;
-  if (fd < 0) return r;
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fd, 1);
-  posix_spawn_file_actions_adddup2(&actions, fd, 2);
-  std::vector<char*> args;
-  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-  args.push_back(nullptr);
-  pid_t pid = 0;
-  if (posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), environ) == 0) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  close(fd);
-  r.output = ReadBinary(tmpl);
-  unlink(tmpl);
-  return r;
 }
 
 std::string QpdfProblems(const std::string& path) {

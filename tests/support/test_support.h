@@ -2,12 +2,29 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "os/clock.h"
+
 namespace velmora::testing {
+
+// The moment every test that reads stamps sees, unless it names another.
+inline constexpr os::LocalTime kFixedTime{2024, 2, 3, 9, 5, 7};
+
+// Pins the library's clock at `at` for the life of the object.
+class FixedClock {
+ public:
+  explicit FixedClock(os::LocalTime at = kFixedTime) { Set(at); }
+  ~FixedClock() { os::SetClockForTesting({}); }
+  FixedClock(const FixedClock&) = delete;
+  FixedClock& operator=(const FixedClock&) = delete;
+  void Set(os::LocalTime at) const { os::SetClockForTesting([at] { return at; }); }
+};
+
+// A whole file, empty when missing.
+std::string ReadFile(const std::string& path);
 
 // A private runtime folder for one test: a fresh temporary directory that VELMORA_HOME points
 // at while the object lives, with the working folders and a velmora.ini. Removed afterwards.
@@ -22,7 +39,7 @@ class RuntimeFolder {
 
   const std::string& Root() const { return root_; }  // ends in "/"
   std::string Path(const std::string& relative) const { return root_ + relative; }
-  std::string Read(const std::string& relative) const;  // whole file, empty when missing
+  std::string Read(const std::string& relative) const { return ReadFile(Path(relative)); }
   void Write(const std::string& relative, const std::string& content) const;
 
   // The ini text built from sections; values written as given.
@@ -35,6 +52,9 @@ class RuntimeFolder {
   bool hadHome_ = false;
 };
 
+// DefaultIni() with `key` (every key of it is unique) set to `value`.
+std::string IniWith(const std::string& key, const std::string& value);
+
 // Waits until `condition` holds or `limit` passes, checking every few milliseconds.
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 
@@ -43,5 +63,11 @@ std::shared_ptr<void> HoldFolderLocks(const std::vector<std::string>& folders);
 
 // Splits text into lines at "\r\n".
 std::vector<std::string> Lines(const std::string& text);
+
+// The one rule for log and trace files (velmora.log, velmora.txt): `line` is there when some
+// line of `text` equals it, either whole or once the date stamp the line starts with
+// ("yyyy/mm/dd hh:mm:ss ") is taken off. A test that cares about the stamp writes it; one that
+// cannot know how a line ends (another program's message, a port) ends `line` with "*".
+bool HasLine(const std::string& text, const std::string& line);
 
 }  // namespace velmora::testing
