@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "os/paths.h"
+#include "support/test_support.h"
 
 namespace velmora::testing {
 
@@ -19,9 +20,8 @@ namespace velmora::testing {
 class FontTestEnvironment {
  public:
   FontTestEnvironment() {
-    namespace fs = std::filesystem;
-    std::string pattern = (fs::temp_directory_path() / "velmora-fonts-XXXXXX").string();
-    root_ = mkdtemp(pattern.data());
+    root_ = MakeTempFolder("velmora-fonts");
+    root_.pop_back();
     setenv("XDG_DATA_HOME", (root_ + "/data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (root_ + "/cache").c_str(), 1);
     const std::string conf = root_ + "/fonts.conf";

@@ -25,12 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string MakeTempFolder(const char* tag) {
-  std::string pattern = (fs::temp_directory_path() / (std::string(tag) + "-XXXXXX")).string();
-  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-  return pattern + "/";
-}
-
 bool Connects(int port) {
   int fd = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in addr{};

@@ -21,9 +21,7 @@ namespace velmora::testing {
 namespace fs = std::filesystem;
 
 RuntimeFolder::RuntimeFolder(const std::string& ini, bool makeWorkingFolders) {
-  std::string pattern = (fs::temp_directory_path() / "velmora-test-XXXXXX").string();
-  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-  root_ = pattern + "/";
+  root_ = MakeTempFolder("velmora-test");
   if (const char* home = getenv("VELMORA_HOME")) {
     hadHome_ = true;
     previousHome_ = home;
@@ -44,6 +42,12 @@ RuntimeFolder::~RuntimeFolder() {
   for (auto it = fs::recursive_directory_iterator(root_, ec); !ec && it != fs::recursive_directory_iterator(); ++it)
     fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
   fs::remove_all(root_, ec);
+}
+
+std::string MakeTempFolder(const std::string& tag) {
+  std::string pattern = (fs::temp_directory_path() / (tag + "-XXXXXX")).string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+  return pattern + "/";
 }
 
 std::string ReadFile(const std::string& path) {

@@ -25,6 +25,8 @@ class FixedClock {
 
 // A whole file, empty when missing.
 std::string ReadFile(const std::string& path);
+// A new private folder "<tag>-XXXXXX" in the temporary folder; the name ends in "/".
+std::string MakeTempFolder(const std::string& tag);
 
 // A private runtime folder for one test: a fresh temporary directory that VELMORA_HOME points
 // at while the object lives, with the working folders and a velmora.ini. Removed afterwards.
