@@ -39,7 +39,7 @@ bool Connects(int port) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env,
-                           const std::string& output) {
+                           const std::string& output, bool errorsToo) {
   std::vector<char*> args;
   for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
   args.push_back(nullptr);
@@ -51,7 +51,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::vect
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  int rc = posix_spawn(&pid_, args[0], &actions, nullptr, args.data(), envp.data());
+  if (errorsToo) posix_spawn_file_actions_adddup2(&actions, 1, 2);
+  int rc = posix_spawnp(&pid_, args[0], &actions, nullptr, args.data(), envp.data());
   posix_spawn_file_actions_destroy(&actions);
   if (rc != 0) {
     pid_ = -1;
@@ -155,27 +156,14 @@ ProxyProcess::~ProxyProcess() {
 }
 
 ProgramResult RunProgram(const std::vector<std::string>& argv) {
-  char tmpl[] = "/tmp/velmora_pdf_out_XXXXXX";
-  int fd = mkstemp(tmpl);
+  const std::string folder = MakeTempFolder("velmora-run");
   ProgramResult r;
-  if (fd < 0) return r;
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fd, 1);
-  posix_spawn_file_actions_adddup2(&actions, fd, 2);
-  std::vector<char*> args;
-  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-  args.push_back(nullptr);
-  pid_t pid = 0;
-  if (posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), environ) == 0) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  try {
+    r.exitCode = ChildProcess(argv, {}, folder + "out", true).Wait(120000);
+  } catch (const std::runtime_error&) {  // not started: exit code -1
   }
-  posix_spawn_file_actions_destroy(&actions);
-  close(fd);
-  r.output = ReadFile(tmpl);
-  unlink(tmpl);
+  r.output = ReadFile(folder + "out");
+  fs::remove_all(folder);
   return r;
 }
 

@@ -12,9 +12,10 @@ namespace velmora::testing {
 class ChildProcess {
  public:
   ChildProcess() = default;
-  // Standard output goes to `output` (created 0600), else to /dev/null.
+  // argv[0] is looked up on PATH. Standard output goes to `output` (created 0600), else to
+  // /dev/null; standard error with it when `errorsToo`.
   ChildProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env = {},
-               const std::string& output = "/dev/null");
+               const std::string& output = "/dev/null", bool errorsToo = false);
   ~ChildProcess();
   ChildProcess(ChildProcess&& other) noexcept : pid_(other.pid_), status_(other.status_) { other.pid_ = -1; }
   ChildProcess& operator=(ChildProcess&& other) noexcept {
