@@ -205,6 +205,4 @@ uint8_t Grey(uint8_t r, uint8_t g, uint8_t b) {
   return static_cast<uint8_t>((299 * r + 587 * g + 114 * b + 500) / 1000);
 }
 
-int32_t BitmapStride(int32_t width) { return (width * 3 + 3) & ~3; }
-
 }  // namespace velmora::pdf

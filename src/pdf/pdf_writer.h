@@ -78,7 +78,5 @@ int16_t Add16(int32_t a, int32_t b, const char* source);
 
 // The grey value replacing a pixel under GrayScale (ITU-R BT.601 weights, rounded).
 uint8_t Grey(uint8_t r, uint8_t g, uint8_t b);
-// Bytes of one 24-bit bitmap row, rounded up to a multiple of 4.
-int32_t BitmapStride(int32_t width);
 
 }  // namespace velmora::pdf
