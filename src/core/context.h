@@ -57,8 +57,9 @@ void CopySharedErrors(CError& target);
 // not turn a handled error into an unhandled one).
 void LogLine(std::string_view text);
 
-// What an executor writes after its id when its request failed, before "(<number>) <text>" of
-// the cause: the waiting till finds the line by "<id> " + this mark.
+// What an executor writes to the message log after its id when its request failed, before
+// "(<number>) <text>" of the cause, for the people who read the log; the till gets the cause
+// from the executor's failure hand-over (layout.h), never from the log.
 inline constexpr std::string_view kExecutorFailureMark = "CExecutor.Fallo:";
 
 }  // namespace velmora::core

@@ -50,6 +50,20 @@ inline std::string MessageFileName(const std::string& id) { return id + std::str
 inline constexpr const char* kReservationsFolder = ".reservas/";
 inline constexpr const char* kTrailQueueFolder = ".queue/";
 
+// An executor's failure hand-over, in Recibidos: the folder "." + id + ".fallo" that the till
+// makes before it starts the executor and deletes when the dispensation ends, and in it the file
+// "causa" an executor whose request failed writes ("(<number>) <text>", as its log line has it).
+// An executor no till waits for (started by hand, or late) finds no folder and writes nothing.
+// Hidden, and a folder: no reader of Recibidos takes it for an answer, and the till's watch of
+// Recibidos is not woken by what is written in it.
+inline constexpr std::string_view kFailureFolderEnd = ".fallo";
+inline constexpr std::string_view kFailureFile = "causa";
+inline std::string FailureFolderName(std::string_view id) { return "." + std::string(id) + std::string(kFailureFolderEnd); }
+inline std::string FailureFileName(std::string_view id) { return FailureFolderName(id) + "/" + std::string(kFailureFile); }
+inline bool IsFailureFolderName(std::string_view name) {
+  return name.size() > 1 + kFailureFolderEnd.size() && name[0] == '.' && name.ends_with(kFailureFolderEnd);
+}
+
 // The audit trails: "audit.log", or one "yymmdd.log" a day. Beside each, hidden, its index
 // ".<trail>.index" and its redo journal ".<trail>.journal".
 inline constexpr std::string_view kSingleTrail = "audit.log";

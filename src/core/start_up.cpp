@@ -78,6 +78,21 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
   }
 }
 
+// A till deletes the folder of an executor's failure hand-over when its dispensation ends; one
+// a day old is of a till that was killed while it waited.
+constexpr auto kFailureFolderLife = std::chrono::hours(24);
+
+void SweepFailureFolders(const std::string& received) {
+  std::error_code ec;
+  const auto oldest = std::filesystem::file_time_type::clock::now() - kFailureFolderLife;
+  for (const auto& entry : std::filesystem::directory_iterator(received, ec)) {
+    std::error_code ignored;
+    if (layout::IsFailureFolderName(entry.path().filename().string()) && entry.is_directory(ignored) &&
+        !entry.is_symlink(ignored) && entry.last_write_time(ignored) < oldest)
+      std::filesystem::remove_all(entry.path(), ignored);
+  }
+}
+
 }  // namespace
 
 void SweepInterruptedWrites() {
@@ -85,6 +100,7 @@ void SweepInterruptedWrites() {
   SweepFolder(files.GetDllPath(), false, true);
   SweepFolder(files.GetSendedPath(), false);
   SweepFolder(files.GetReceivedPath(), true);
+  SweepFailureFolders(files.GetReceivedPath());
   SweepFolder(files.GetDelayedPath(), false);
   SweepFolder(files.GetAuditorPath(), false);
   SweepFolder(audit::TrailQueueFolder(files.GetAuditorPath()), false);

@@ -8,6 +8,7 @@
 #include "core/layout.h"
 #include "executor/executor_impl.h"
 #include "os/attributes.h"
+#include "os/files.h"
 #include "xml/xml.h"
 #include "velmora/messages.h"
 
@@ -32,6 +33,19 @@ constexpr RequestTexts kBatch = {"CExecutor.SolicitudDispensaciones", "Solicitud
 // shared the same way.
 constexpr const char* kLoadErrorSource = "CExecutor.SolicitudDispensacion";
 constexpr const char* kHiddenLine = "CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden";
+
+// Writes `cause` into the failure hand-over of `id` (layout.h), whole (aside, then renamed) and
+// private: only what a reader of the log line gets, the text up to its first line end, so the
+// till reports exactly that. Without the folder no till waits for this executor, and nothing is
+// written; nothing is logged either way, the log line being written already.
+void HandOffFailure(const std::string& id, const std::string& cause) {
+  const std::string line = cause + "\r\n";
+  std::string seen = line.substr(0, line.find('\n'));
+  if (seen.back() == '\r') seen.pop_back();
+  core::Quietly([&] {
+    os::WriteFileAtomic(CFileAdmin().GetReceivedPath() + core::layout::FailureFileName(id), seen, "CExecutor.Fallo");
+  });
+}
 
 class ResponseFile {
  public:
@@ -62,11 +76,14 @@ bool CExecutor::Request(bool batch, const std::string& id) {
   core::Context& ctx = core::ThreadContext();
   auto reportFailure = [&](const bool& result) {
     core::CopySharedErrors(errores_);
-    // The first error is the cause (the later ones say which step gave up). Written with the id,
-    // so the waiting till can hand it to its host from a log other executors write to as well.
+    // The first error is the cause (the later ones say which step gave up). Logged with the id,
+    // so a reader of a log other executors write to as well can tell whose it is, and handed to
+    // the till that waits for this request.
     if (!result && errores_.Errores().Count() > 0) {
       const CErrorItem& cause = *errores_.Errores().Item(1);
-      LogWithId(std::string(core::kExecutorFailureMark) + "(" + std::to_string(cause.Number) + ") " + cause.Description);
+      const std::string text = "(" + std::to_string(cause.Number) + ") " + cause.Description;
+      LogWithId(std::string(core::kExecutorFailureMark) + text);
+      HandOffFailure(id, text);
     }
   };
   // The body fills the result as it goes: a host's event that fails after the answer is written

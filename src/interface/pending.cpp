@@ -102,6 +102,8 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
                        {{"REENVIOS", std::to_string(sent + 1)},
                         {"FECHA_REENVIO", core::AuditTime(record)}});
   core::LogLine(std::string(method) + ":Reenviando la dispensación " + id);
+  // Its failure hand-over has no reader here; the folder goes when the re-send is over.
+  const interface::ExecutorFailure failure(id);
   const auto ended = interface::StartExecutor(id, item.Lote, method);
   const std::string answer = WaitForAnswer(id, delayedBefore, ended, onIdle);
   if (config.EliminarXMLPeticion != 0) files.DeleteFromSended(id);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "core/context.h"
@@ -9,7 +9,43 @@
 
 namespace velmora::interface {
 
-// The steps the single and the batch dispensation share.
+// The road every dispensation takes, single or batch: checks, request file, audit, executor,
+// wait, fallback, pending copy and clean-up, written once. What the message kind decides is in
+// MessageKind; the two kinds' own files hold their parts.
+
+// What the interface object lends a dispensation: itself, and its private steps.
+struct Till {
+  CInterface& host;
+  // Set while the dispensation waits: tells whether the executor it started has ended.
+  std::function<bool()>& executorEnded;
+  std::function<bool(const char* method)> onOwnThread;
+  std::function<bool(const std::string& id)> waitResponse;
+};
+
+// The parts of a dispensation that depend on its message kind, in the order the road calls them.
+class MessageKind {
+ public:
+  MessageKind(const char* methodName, bool isBatch) : method(methodName), batch(isBatch) {}
+  virtual ~MessageKind() = default;
+
+  // Before the method's trace opens: the id traced with it (empty when none).
+  virtual std::string Open() = 0;
+  // The checks due before anything is logged for the message; the id the first log line names.
+  virtual std::string Announce() = 0;
+  // Between the first log line and the remaining checks (the batch's receipt).
+  virtual void Print() {}
+  // The remaining checks, once the interface is known to be enabled; the message's id.
+  virtual std::string Identify() = 0;
+  virtual bool WriteRequest(const std::string& path) = 0;
+
+  const char* const method;
+  // A batch: "MD" on the executor's command line, and the steps installations know it by.
+  const bool batch;
+};
+
+// One dispensation on the road; Response is CRespuestaPeticion or CRespDispensaciones.
+template <class Response>
+std::unique_ptr<Response> Dispense(const Till& till, MessageKind& message);
 
 // Raises 32007 with `method` unless `id` can name a message file and an audit section; checked
 // before anything is logged or written for it.
@@ -19,56 +55,36 @@ void RefuseUnusableIdentifier(const std::string& id, const char* method);
 // "Retrasados" before the executor starts, so it cannot pass for this request's answer.
 void MoveStaleResponseAside(const std::string& id);
 
-// Raises 53 when executor.exe is missing, else starts executor.exe from the runtime folder with
-// "IDPres=<id>" as one argument (and "MD" as another for a batch), without a shell, and does
-// not wait. The result tells whether the executor has ended.
+// Raises 53 when executor.exe is missing, else makes the folder of its failure hand-over (see
+// ExecutorFailure) and starts executor.exe from the runtime folder with "IDPres=<id>" as one
+// argument (and "MD" as another for a batch), without a shell, and does not wait. The result
+// tells whether the executor has ended.
 std::function<bool()> StartExecutor(const std::string& id, bool batch, const char* method);
 
 // Deletes the message files as EliminarXMLPeticion and EliminarXMLRespuesta say; the response
 // file only when it came from the executor. Results are ignored: the answer is already chosen.
 void CleanUpMessageFiles(const std::string& id, ResponseTypeEnum type);
 
-// The size of the message log now: where ExecutorFailure starts to read.
-std::uintmax_t LogMark();
+// The failure the executor of `id` hands over (core/layout.h) in the folder StartExecutor
+// makes. Made before StartExecutor; when the object goes, the folder goes with
+// whatever is in it, however the dispensation ended, so nothing outlives the wait it was made for
+// and an executor still running then has nowhere to write.
+class ExecutorFailure {
+ public:
+  explicit ExecutorFailure(std::string id) : id_(std::move(id)) {}
+  ~ExecutorFailure();
+  ExecutorFailure(const ExecutorFailure&) = delete;
+  ExecutorFailure& operator=(const ExecutorFailure&) = delete;
 
-// The cause an executor logged for `id` after `logMark` ("(<number>) <text>"), the last one
-// when several; empty when it logged none (still running, or no log kept).
-std::string ExecutorFailure(const std::string& id, std::uintmax_t logMark);
+  // "(<number>) <text>" of the cause, as the executor logged it; empty when it handed none
+  // (it answered, is still running, or could not write).
+  std::string Cause() const;
+
+ private:
+  std::string id_;
+};
 
 // Keeps a private copy of the request file of `id` in the pending folder (see pending_files.h).
 void KeepPendingCopy(const std::string& id);
-
-// Picks and fills the response once the wait is over: the executor's file when it arrived, else
-// the default file when `defaultExists`, else the internal response of the ini; audits the
-// choice, loads the file, records the kind and any executor failure logged after `logMark` on
-// the response, cleans up the message files and returns the kind given.
-template <class Response>
-ResponseTypeEnum ChooseResponse(const std::string& id, bool arrived, bool defaultExists,
-                                const std::string& responseFile, std::uintmax_t logMark, Response& response) {
-  auto& auditor = core::ThreadContext().Auditor();
-  ResponseTypeEnum type;
-  std::string fileToLoad;
-  // Before the audit mark: the executor puts a late answer aside only once the mark is there,
-  // so the copy is always older than any late answer to it.
-  if (!arrived) KeepPendingCopy(id);
-  if (arrived) {
-    type = rspReceived;
-    fileToLoad = responseFile;
-    auditor.Save(id, audSetResponse, rcvService, {});
-  } else if (defaultExists) {
-    type = rspDefault;
-    fileToLoad = CFileAdmin().DefaultResponseFile();
-    auditor.Save(id, audSetResponse, rcvXML, {});
-  } else {
-    type = rspInternal;
-    response.SetInternalResponse(true);
-    auditor.Save(id, audSetResponse, rcvInternal, {});
-  }
-  if (!fileToLoad.empty()) response.FromXMLFile(fileToLoad);
-  response.TipoRespuesta = type;
-  if (!arrived) response.FalloEjecutor = ExecutorFailure(id, logMark);
-  CleanUpMessageFiles(id, type);
-  return type;
-}
 
 }  // namespace velmora::interface

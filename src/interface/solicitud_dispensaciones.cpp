@@ -2,80 +2,59 @@
 
 #include "core/context.h"
 #include "interface/road.h"
-#include "os/attributes.h"
-#include "os/files.h"
 #include "vbcompat/text.h"
 #include "velmora/pdf.h"
 
 namespace velmora {
 
-std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListadoDispensaciones& objListaDispensaciones,
-                                                                         bool Imprimir) {
-  constexpr const char* kMethod = "CInterface.SolicitudDispensaciones";
-  auto response = std::make_unique<CRespDispensaciones>();
-  if (!OnOwnThread(kMethod)) {
-    response->DatosValidos = false;
-    return response;
-  }
-  bool failed = false;
-  core::TraceScope trace(kMethod);
-  try {
-    auto& auditor = core::ThreadContext().Auditor();
-    core::LogLine("CInterface.SolicitudDispensaciones:Iniciando una solicitud de dispensación ");
-    // The receipt comes first, before any check: the counter prints it even for a batch the
-    // library then refuses. Paper is not the dispensation: a receipt that cannot be made (no
-    // fonts folder, a full disk) is logged and listed in Errores, and the batch still goes.
-    if (Imprimir) {
-      try {
-        cPDF receipt;
-        receipt.mostrarPDF(objListaDispensaciones);
-      } catch (const std::exception& e) {
-        core::HandleError(kMethod, e);
-      }
+namespace {
+
+constexpr const char* kMethod = "CInterface.SolicitudDispensaciones";
+
+// A batch: named after its first item ("MD__<id>"), which is known only once the list is checked,
+// so its first log line names none; with `print`, the receipt comes first.
+class Batch : public interface::MessageKind {
+ public:
+  Batch(CListadoDispensaciones& list, bool print) : MessageKind(kMethod, true), list_(list), print_(print) {}
+
+  std::string Open() override { return {}; }
+  std::string Announce() override { return {}; }
+  // Before any check: the counter prints the receipt even for a batch the library then
+  // refuses. Paper is not the dispensation: a receipt that cannot be made (no fonts folder, a
+  // full disk) is logged and listed in Errores, and the batch still goes.
+  void Print() override {
+    if (!print_) return;
+    try {
+      cPDF receipt;
+      receipt.mostrarPDF(list_);
+    } catch (const std::exception& e) {
+      core::HandleError(kMethod, e);
     }
-    if (!enabled_) Raise(errnum::kInterfaceNotActive, kMethod);
-    const auto& items = objListaDispensaciones.Dispensaciones();
+  }
+  std::string Identify() override {
+    const auto& items = list_.Dispensaciones();
     if (items.Count() == 0) Raise(errnum::kNoDispensations, kMethod);
     const std::string id = "MD__" + items.Item(1)->IDPrescripcion;
     if (vb::Trim(id).empty()) Raise(errnum::kNoPrescriptionId, kMethod);
     interface::RefuseUnusableIdentifier(id, kMethod);
-    CFileAdmin files;
-    const std::string requestFile = files.GetSendedPath() + id + ".xml";
-    const std::string responseFile = files.GetReceivedPath() + id + ".xml";
-
-    files.MakeAuditor();
-    auditor.Save(id, audHeader, rcvNone, {});
-    files.MakeSended();
-    core::LogLine("CInterface.SolicitudDispensaciones:MakeAuditor " + files.GetAuditorPath());
-    files.MakeAuditor();
-    if (!objListaDispensaciones.ToXMLFile(requestFile)) Raise(errnum::kRequestNotExported, kMethod);
-    auditor.Save(id, audMarkPetitionDone, rcvNone, {});
-    if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion(id);
-
-    interface::MoveStaleResponseAside(id);
-    const std::uintmax_t logMark = interface::LogMark();
-    executorEnded_ = interface::StartExecutor(id, true, kMethod);
-    const bool arrived = WaitResponse(id);
-    executorEnded_ = nullptr;
-
-    // The hidden completion mark comes off before the file is read.
-    if (arrived && os::PathExists(responseFile))
-      os::SetAttributes(responseFile, os::kAttrArchive, kMethod);
-    // Tested by one member, named by another: the pairing is kept as installations have it.
-    const ResponseTypeEnum type =
-        interface::ChooseResponse(id, arrived, files.ExistDefaultResponseArchive(), responseFile, logMark, *response);
-    if (AlTerminarSolicitudDispensacion) AlTerminarSolicitudDispensacion(arrived, type);
-  } catch (const std::exception& e) {
-    executorEnded_ = nullptr;
-    core::HandleError(kMethod, e);
-    failed = true;
-    response->SetInternalResponse(false);
-    response->TipoRespuesta = rspInternal;
+    return id;
   }
-  core::CopySharedErrors(errores_);
-  response->DatosValidos = !failed;
-  trace.Result(response->DatosValidos);
-  return response;
+  bool WriteRequest(const std::string& path) override { return list_.ToXMLFile(path); }
+
+ private:
+  CListadoDispensaciones& list_;
+  const bool print_;
+};
+
+}  // namespace
+
+std::unique_ptr<CRespDispensaciones> CInterface::SolicitudDispensaciones(CListadoDispensaciones& objListaDispensaciones,
+                                                                         bool Imprimir) {
+  Batch message(objListaDispensaciones, Imprimir);
+  return interface::Dispense<CRespDispensaciones>(
+      {*this, executorEnded_, [this](const char* method) { return OnOwnThread(method); },
+       [this](const std::string& id) { return WaitResponse(id); }},
+      message);
 }
 
 }  // namespace velmora

@@ -127,17 +127,24 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
   f.folder.Write("Recibidos/.ID1.xml.aB3dE5", answer);
   f.folder.Write("Recibidos/.ID2.xml.aB3dE6", answer.substr(0, 30));
+  for (const char* hand : {"Recibidos/.ID4.fallo", "Recibidos/.ID5.fallo"}) std::filesystem::create_directory(f.folder.Path(hand));
+  f.folder.Write("Recibidos/.ID4.fallo/causa", "(1) sin nadie que lo espere");
   for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})  // the operator's, not ours
     f.folder.Write(copy, "[Configuracion]\r\n");
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
     std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
   f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
+  // A failure hand-over of a till killed while it waited; the other's till may be waiting yet.
+  std::filesystem::last_write_time(f.folder.Path("Recibidos/.ID4.fallo"),
+                                   std::filesystem::file_time_type::clock::now() - std::chrono::hours(48));
   ASSERT_TRUE(audit::QueueTrailChange(trail, "KEPT", {{"RESPUESTA_GENERADA", "int"}}));  // a lock wait ran out
   core::SweepInterruptedWrites();
   EXPECT_EQ(ini::ReadProfileString(trail, "KEPT", "RESPUESTA_GENERADA"), "int");
   EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
   EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
+  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Recibidos/.ID4.fallo")));
+  EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID5.fallo")));
   for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})
     EXPECT_TRUE(std::filesystem::remove(f.folder.Path(copy)));
   for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))

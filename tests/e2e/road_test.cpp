@@ -92,8 +92,14 @@ TEST(Road, ServiceFailuresFallBackToTheInternalResponse) {
     EXPECT_FALSE(finish.correcto) << scenario;
     EXPECT_EQ(finish.type, rspInternal) << scenario;
     EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999") << scenario;
-    // The executor's own failure is in the shared log, for whoever reads it.
+    // The executor's own failure is in the shared log, for whoever reads it, and its cause
+    // reaches the till as that line has it.
     EXPECT_TRUE(f.LogHas("CExecutor.SolicitudDispensacion:(*")) << scenario << "\n" << f.Log();
+    const std::string log = f.Log(), mark = "RX001 CExecutor.Fallo:";
+    ASSERT_NE(log.find(mark), std::string::npos) << scenario;
+    const size_t at = log.find(mark) + mark.size();
+    EXPECT_EQ(response->FalloEjecutor, log.substr(at, log.find("\r\n", at) - at)) << scenario;
+    EXPECT_TRUE(std::filesystem::is_empty(f.folder.Path("Recibidos"))) << scenario;
   }
   // Once each: a dispensation cut off after it was sent is never sent again.
   EXPECT_EQ(sim.Records().size(), std::size(scenarios));

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "interface/interface_fixture.h"
 #include "os/attributes.h"
 #include "velmora/interface.h"
@@ -26,7 +28,7 @@ TEST(Batch, EmptyListIsPrintedThenRefused) {
 }
 
 TEST(Batch, IdentifierFilesAndStaleAnswer) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "1"));
+  InterfaceFixture f(IniWith("PeticionTimeOut", "30"));  // the executor's failure ends the wait
   CInterface iface;
   std::string started;
   iface.AlIniciarSolicitudDispensacion = [&](const std::string& id) { started = id; };
@@ -36,13 +38,16 @@ TEST(Batch, IdentifierFilesAndStaleAnswer) {
   ASSERT_TRUE(list.aniadirDispensacion(request));
   // An answer left over from an earlier batch with the same first item: put aside, never taken.
   f.folder.Write("Recibidos/MD__123.xml", "<RespuestaPeticion><ResultResp>0</ResultResp></RespuestaPeticion>");
+  std::filesystem::create_directory(f.folder.Path("Recibidos/.MD__123.fallo"));
+  f.folder.Write("Recibidos/.MD__123.fallo/causa", "(1) de un lote anterior");
   auto response = iface.SolicitudDispensaciones(list);
   EXPECT_EQ(started, "MD__123");
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_EQ(response->TipoRespuesta, rspInternal);
   EXPECT_FALSE(response->DispensacionRealizada());
-  EXPECT_FALSE(f.Exists("Recibidos/MD__123.xml"));
   EXPECT_TRUE(f.Exists("Retrasados/MD__123.xml"));
+  EXPECT_EQ(response->FalloEjecutor.rfind("(-2147467259) ", 0), 0u) << response->FalloEjecutor;
+  EXPECT_TRUE(std::filesystem::is_empty(f.folder.Path("Recibidos")));
   EXPECT_TRUE(f.LogHas("CInterface.SolicitudDispensaciones:MakeAuditor " + f.folder.Path("Auditoria/")));
 }
 

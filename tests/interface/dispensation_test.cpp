@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "interface/interface_fixture.h"
@@ -36,27 +37,40 @@ void Watch(CInterface& iface, Outcome& o) {
   };
 }
 
+// The executor fails on the refusing service; its cause reaches the response from the file it
+// hands over, whatever became of the log, and the file goes with the dispensation.
 TEST(Dispensation, NoAnswerAndNoDefaultGivesTheInternalResponse) {
-  InterfaceFixture f(IniWith("PeticionTimeOut", "1"));
-  CInterface iface;
-  Outcome o;
-  Watch(iface, o);
-  auto request = CompleteRequest();
-  auto response = iface.SolicitudDispensacion(request);
-  EXPECT_TRUE(response->DatosValidos);
-  EXPECT_TRUE(o.raised);
-  EXPECT_FALSE(o.correcto);
-  EXPECT_EQ(o.type, rspInternal);
-  EXPECT_EQ(o.started, "RX001");
-  ASSERT_EQ(response->m_colCodigoAviso.Count(), 1u);
-  EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999");
-  EXPECT_EQ(response->m_intNAvisos, 1);
-  // The wait's last look found nothing and said so.
-  EXPECT_TRUE(f.LogHas("CInterface.WaitResponse:(53)No se encontró el archivo"));
-  const std::string audit = f.folder.Path("Auditoria/audit.log");
-  EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "PETICION_GENERADA"), "Si");
-  EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "int");
-  EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));  // EliminarXMLPeticion=1
+  for (const char* log : {"kept", "off", "a folder"}) {
+    SCOPED_TRACE(log);
+    const std::string logOn = log == std::string("off") ? "0" : "1";
+    std::string ini = IniWith("GenerarLog", logOn);
+    InterfaceFixture f(ini.replace(ini.find("PeticionTimeOut=5"), 17, "PeticionTimeOut=30"));  // ended by the executor
+    if (log == std::string("a folder")) std::filesystem::create_directory(f.folder.Path("velmora.log"));
+    std::filesystem::create_directory(f.folder.Path("Recibidos/.RX001.fallo"));
+    f.folder.Write("Recibidos/.RX001.fallo/causa", "(1) de una petición anterior");
+    CInterface iface;
+    Outcome o;
+    Watch(iface, o);
+    auto request = CompleteRequest();
+    auto response = iface.SolicitudDispensacion(request);
+    EXPECT_TRUE(response->DatosValidos);
+    EXPECT_TRUE(o.raised);
+    EXPECT_FALSE(o.correcto);
+    EXPECT_EQ(o.type, rspInternal);
+    EXPECT_EQ(o.started, "RX001");
+    ASSERT_EQ(response->m_colCodigoAviso.Count(), 1u);
+    EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "9999");
+    EXPECT_EQ(response->m_intNAvisos, 1);
+    EXPECT_EQ(response->FalloEjecutor.rfind("(-2147467259) Error de conexión: http://127.0.0.1:1/", 0), 0u)
+        << response->FalloEjecutor;
+    EXPECT_TRUE(std::filesystem::is_empty(f.folder.Path("Recibidos")));
+    // The wait's last look found nothing and said so.
+    EXPECT_EQ(f.LogHas("CInterface.WaitResponse:(53)No se encontró el archivo"), log == std::string("kept"));
+    const std::string audit = f.folder.Path("Auditoria/audit.log");
+    EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "PETICION_GENERADA"), "Si");
+    EXPECT_EQ(ini::ReadProfileString(audit, "RX001", "RESPUESTA_GENERADA"), "int");
+    EXPECT_FALSE(f.Exists("Enviados/RX001.xml"));  // EliminarXMLPeticion=1
+  }
 }
 
 TEST(Dispensation, AnswerArrivingDuringTheWaitIsTakenStaleOneIsNot) {
