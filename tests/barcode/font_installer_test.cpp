@@ -11,6 +11,7 @@
 #include <string>
 
 #include "support/font_test_env.h"
+#include "support/test_support.h"
 #include "velmora/barcode.h"
 #include "velmora/error.h"
 
@@ -25,16 +26,6 @@ struct {
 
 const std::string kFontSource = std::string(VELMORA_SOURCE_DIR) + "/resources/";
 
-// The Error number `action` raises (its text into `text` when given); 0 when it raises nothing.
-int32_t ErrorNumber(const std::function<void()>& action, std::string* text = nullptr) {
-  try {
-    action();
-  } catch (const Error& e) {
-    if (text) *text = e.Description;
-    return e.Number;
-  }
-  return 0;
-}
 
 bool FontconfigKnows(const char* family) {
   FcPattern* pattern = FcPatternBuild(nullptr, FC_FAMILY, FcTypeString, family, nullptr);
@@ -62,7 +53,7 @@ TEST(jrInstalarFuente, FontsFolderIsTheUsersDataFolder) {
   EXPECT_EQ(jrInstalarFuente().DirectorioFuentesSistema(), std::string(getpwuid(getuid())->pw_dir) + "/.local/share/fonts");
   os::SetAccountHomeForTesting([] { return std::string(); });
   std::string text;
-  EXPECT_EQ(ErrorNumber([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
+  EXPECT_EQ(testing::ErrorNumber([] { jrInstalarFuente(); }, &text), static_cast<int32_t>(0x80040001u));
   EXPECT_EQ(text, "No se ha podido determinar el directorio de fuentes del sistema.");
   testing::TestFonts().PinAccountHome();
   setenv("XDG_DATA_HOME", data.c_str(), 1);
@@ -101,7 +92,7 @@ TEST(jrInstalarFuente, InstalarRefusesWhatItCannotInstall) {
     inst.FicheroTTF = c.file;
     if (!c.path.empty()) inst.PathTTF(c.path);
     std::string text;
-    EXPECT_EQ(ErrorNumber([&] { inst.Instalar(); }, &text), static_cast<int32_t>(c.number)) << c.file;
+    EXPECT_EQ(testing::ErrorNumber([&] { inst.Instalar(); }, &text), static_cast<int32_t>(c.number)) << c.file;
     EXPECT_EQ(text, c.text);
   }
   // The short name was copied before its refusal, as the old installer did.
@@ -115,7 +106,7 @@ TEST(jrInstalarFuente, InstallsRegistersAndRemovesTheFont) {
   const std::string installed = inst.DirectorioFuentesSistema() + "/code_pdf417.ttf";
 
   for (int time = 0; time < 2; ++time) {  // a second install copies over and registers again
-    ASSERT_EQ(ErrorNumber([&] { inst.Instalar(); }), 0);
+    ASSERT_EQ(testing::ErrorNumber([&] { inst.Instalar(); }), 0);
     ASSERT_TRUE(fs::exists(installed));
     EXPECT_EQ(fs::file_size(installed), fs::file_size(kFontSource + "code_pdf417.ttf"));
     struct stat st{};
@@ -135,10 +126,10 @@ TEST(jrInstalarFuente, InstallsRegistersAndRemovesTheFont) {
   EXPECT_FALSE(fs::exists(installed));
 
   std::string text;
-  EXPECT_EQ(ErrorNumber([&] { inst.Desinstalar(true); }, &text), static_cast<int32_t>(0x80040008u));
+  EXPECT_EQ(testing::ErrorNumber([&] { inst.Desinstalar(true); }, &text), static_cast<int32_t>(0x80040008u));
   EXPECT_EQ(text, "No se ha podido desinstalar la fuente code_pdf417.ttf");
   inst.FicheroTTF.clear();
-  EXPECT_EQ(ErrorNumber([&] { inst.Desinstalar(false); }), static_cast<int32_t>(0x80040003u));
+  EXPECT_EQ(testing::ErrorNumber([&] { inst.Desinstalar(false); }), static_cast<int32_t>(0x80040003u));
 }
 
 }  // namespace

@@ -15,16 +15,6 @@
 
 namespace velmora::testing {
 
-// The Error number `action` raises (its text into `text` when given); 0 when it raises nothing.
-inline int32_t ErrorNumber(const std::function<void()>& action, std::string* text = nullptr) {
-  try {
-    action();
-  } catch (const Error& e) {
-    if (text) *text = e.Description;
-    return e.Number;
-  }
-  return 0;
-}
 
 // The open page's content so far.
 inline std::string Content(const cPDF& pdf) {

@@ -1,5 +1,7 @@
 #include "support/test_support.h"
 
+#include "velmora/error.h"
+
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -160,6 +162,16 @@ bool HasLine(const std::string& text, const std::string& line) {
   for (const std::string& l : Lines(text))
     if (matches(l) || (std::regex_search(l, stamp) && matches(std::string_view(l).substr(20)))) return true;
   return false;
+}
+
+int32_t ErrorNumber(const std::function<void()>& action, std::string* text) {
+  try {
+    action();
+  } catch (const Error& e) {
+    if (text) *text = e.Description;
+    return e.Number;
+  }
+  return 0;
 }
 
 }  // namespace velmora::testing

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -71,5 +72,8 @@ std::vector<std::string> Lines(const std::string& text);
 // ("yyyy/mm/dd hh:mm:ss ") is taken off. A test that cares about the stamp writes it; one that
 // cannot know how a line ends (another program's message, a port) ends `line` with "*".
 bool HasLine(const std::string& text, const std::string& line);
+
+// The Error number `action` raises (its text into `text` when given); 0 when it raises nothing.
+int32_t ErrorNumber(const std::function<void()>& action, std::string* text = nullptr);
 
 }  // namespace velmora::testing

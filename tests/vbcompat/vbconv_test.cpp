@@ -3,20 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "os/clock.h"
+#include "support/test_support.h"
 #include "vbcompat/dates.h"
 #include "velmora/error.h"
 
 namespace velmora::vb {
 namespace {
-
-int ErrorNumberOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number;
-  }
-  return 0;
-}
 
 TEST(VbConversion, Int16FollowsRoundingAndSyntax) {
   const std::pair<const char*, int> ok[] = {
@@ -32,13 +24,13 @@ TEST(VbConversion, Int16FollowsRoundingAndSyntax) {
       {"32768", 6}, {"32767,5", 6}, {"-32769", 6}, {"&H10000", 6}, {"99999999999999999999999", 6},
   };
   for (const auto& [text, number] : bad)
-    EXPECT_EQ(ErrorNumberOf([&] { ToInt16(text, "CConfig.LoadIni"); }), number) << text;
+    EXPECT_EQ(testing::ErrorNumber([&] { ToInt16(text, "CConfig.LoadIni"); }), number) << text;
 }
 
 TEST(VbConversion, Int32RangeAndHexPattern) {
   EXPECT_EQ(ToInt32("2147483647", "t"), 2147483647);
   EXPECT_EQ(ToInt32("&HFFFFFFFF", "t"), -1);
-  EXPECT_EQ(ErrorNumberOf([] { ToInt32("2147483648", "t"); }), 6);
+  EXPECT_EQ(testing::ErrorNumber([] { ToInt32("2147483648", "t"); }), 6);
   EXPECT_TRUE(IsNumeric(" 5 "));
   EXPECT_TRUE(IsNumeric("1,5"));
   EXPECT_FALSE(IsNumeric("-"));
@@ -52,10 +44,10 @@ TEST(VbConversion, ValReadsTheLeadingNumber) {
       {"&H1F", 31},  {"&HFFFF", -1},  {"&H10000", 65536}, {"&O17", 15},
   };
   for (const auto& [text, expected] : cases) EXPECT_DOUBLE_EQ(Val(text, "t"), expected) << text;
-  EXPECT_EQ(ErrorNumberOf([] { Val("1e400", "t"); }), 6);
+  EXPECT_EQ(testing::ErrorNumber([] { Val("1e400", "t"); }), 6);
   EXPECT_EQ(RoundToInt32(2.5, "t"), 2);
   EXPECT_EQ(RoundToInt32(3.5, "t"), 4);
-  EXPECT_EQ(ErrorNumberOf([] { RoundToInt32(3e9, "t"); }), 6);
+  EXPECT_EQ(testing::ErrorNumber([] { RoundToInt32(3e9, "t"); }), 6);
 }
 
 TEST(VbFormat, DatePatternsWithMinutesAfterHours) {
