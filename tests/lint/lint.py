@@ -57,6 +57,9 @@ used = collections.defaultdict(set)
 rooms_here = {p.name for p in (root / "src").iterdir() if p.is_dir()}
 for room in sorted(rooms_here - ROOMS.keys()):
     problems.append(f"src/{room}/: a room the lint's table does not know (see docs/architecture.md)")
+for room in sorted(rooms_here):
+    if not (root / "src" / room / "README.md").exists():
+        problems.append(f"src/{room}/: no README.md saying what the room owns and may include")
 for header in sorted(p.name for p in (root / "include/velmora").glob("*.h") if p.name not in OWNER):
     problems.append(f"include/velmora/{header}: a public header the lint's OWNER table does not know")
 
