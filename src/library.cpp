@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "errors/catalogue.h"
 #include "messages/identifier.h"
 #include "os/attributes.h"
 #include "vbcompat/text.h"
@@ -23,15 +24,11 @@ int ExecutorMain(int argc, char** argv) {
   std::vector<std::string> args(argv + 1, argv + argc);
   // The library starts it with an IDPres= argument; a person who starts it gets told so.
   if (args.empty() || args[0] == "-h" || args[0] == "--help") {
-    std::fputs("usage: executor.exe IDPres=<id> [MD]\n"
-               "Started by libvelmora for each dispensation (MD: a batch); it sends the request file\n"
-               "Enviados/<id>.xml of the runtime folder ($VELMORA_HOME, else the library's folder) and\n"
-               "leaves the answer in Recibidos/. Exit status 0 when the answer was written.\n",
-               args.empty() ? stderr : stdout);
+    std::fputs(errors::Text("executor.usage").c_str(), args.empty() ? stderr : stdout);
     return args.empty() ? 2 : 0;
   }
   if (args[0] == "--version") {
-    std::puts("executor.exe " VELMORA_VERSION_STRING);
+    std::puts(errors::Text("executor.version", {VELMORA_VERSION_STRING}).c_str());
     return 0;
   }
   const bool batch = args.size() > 1 && args.back() == "MD";

@@ -6,6 +6,7 @@
 #include <exception>
 #include <new>
 
+#include "errors/catalogue.h"
 #include "velmora/velmora.h"
 
 namespace velmora::capi {
@@ -25,7 +26,7 @@ int Boundary(const char* function, Body&& body) noexcept {
   } catch (...) {
     // Deliberately broad: this is the edge of the library, and anything at all that reaches it
     // would otherwise terminate the host.
-    NoteFailure(function, "unknown exception");
+    NoteFailure(function, errors::Text("log.unknown_exception").c_str());
     return VELMORA_ERR_INTERNAL;
   }
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/boundary.h"
+#include "errors/catalogue.h"
 #include "errors/error_map.h"
 #include "vbcompat/text.h"
 
@@ -42,7 +43,7 @@ Error HandleError(std::string_view method, const std::exception& e) {
   Error error = errors::ToError(e, std::string(method));
   // The error still reaches the log when the list cannot take it.
   Quietly([&] { ThreadContext().Errors.AddError(error); });
-  LogLine(std::string(method) + ":(" + std::to_string(error.Number) + ")" + error.Description);
+  LogLine(std::string(method) + ":" + errors::Text("log.error", {std::to_string(error.Number), error.Description}));
   return error;
 }
 

@@ -3,6 +3,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "os/attributes.h"
 #include "os/files.h"
 #include "os/paths.h"
@@ -77,7 +78,8 @@ bool CFileAdmin::ExistResponseFile(const std::string& strIdPrescripcion, FolderE
     if (folder.empty()) return false;
     const std::string path = MessageFile(folder, strIdPrescripcion);
     if (!os::PathExists(path)) return false;
-    core::LogLine("CFileAdmin.ExistResponseFile:(" + std::to_string(os::GetAttributes(path, kMethod)) + ")");
+    core::LogLine("CFileAdmin.ExistResponseFile:" +
+                  errors::Text("log.answer_attributes", {std::to_string(os::GetAttributes(path, kMethod))}));
     return true;
   });
 }
@@ -95,7 +97,7 @@ bool CFileAdmin::DeleteFromSended(const std::string& strIdPrescripcion) {
 
 bool CFileAdmin::DeleteFromReceived(const std::string& strIdPrescripcion) {
   const std::string path = MessageFile(GetReceivedPath(), strIdPrescripcion);
-  core::LogLine("CFileAdmin.DeleteFromReceived: Vamos a borrar el fichero de recibidos " + path);
+  core::LogLine("CFileAdmin.DeleteFromReceived: " + errors::Text("log.deleting_answer", {path}));
   return Delete("CFileAdmin.DeleteFromReceived", path);
 }
 

@@ -1,5 +1,6 @@
 #include "velmora/core.h"
 
+#include "errors/catalogue.h"
 #include "os/clock.h"
 #include "vbcompat/dates.h"
 #include "os/files.h"
@@ -19,7 +20,7 @@ std::string Header(const std::string& title) {
   const std::string stars(80, '*');
   return stars + "\r\n" + title + kApplicationTitle + " " + std::to_string(kVersionMajor) + "." +
          std::to_string(kVersionMinor) + "\t" + vb::FormatDate(os::Now(), "dd/mm/yyyy h:mm:ss") +
-         "\r\n" + stars + "\r\n" + DateText() + " Iniciando la clase CInterface\r\n";
+         "\r\n" + stars + "\r\n" + DateText() + " " + errors::Text("log.started") + "\r\n";
 }
 
 void Append(const CLog& log, std::string_view data, bool addDate) {

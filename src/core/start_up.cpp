@@ -8,6 +8,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "os/file_io.h"
 #include "os/files.h"
 #include "os/paths.h"
@@ -23,10 +24,10 @@ StartUpFiles PrepareSharedObjects() {
   StartUpFiles files{base + std::string(layout::kLogExtension), base + std::string(layout::kTraceExtension),
                      base + std::string(layout::kIniExtension)};
   context.MessageLog.FileName = files.log;
-  context.MessageLog.Title = "Log envío/recepción mensajes con SOAP ";
+  context.MessageLog.Title = errors::Text("log.title.messages");
   context.MessageLog.Flags = lfgToFile | lfgToDebug;
   context.TraceLog.FileName = files.trace;
-  context.TraceLog.Title = "Log de trazas del ";
+  context.TraceLog.Title = errors::Text("log.title.trace");
   context.TraceLog.Flags = 0;
   context.Errors.ResetErrorsCollection();
   context.Config.IniFile = files.ini;
@@ -71,7 +72,7 @@ void SweepFolder(const std::string& folder, bool answers, bool operators = false
       if (answers && answer.Load(path)) {
         const std::string target = CFileAdmin().GetDelayedPath() + layout::TargetOfTemporary(name);
         os::CopyFileTo(path, target, kSweep);
-        LogLine(std::string(kSweep) + ": respuesta recuperada de una escritura interrumpida --> " + target);
+        LogLine(std::string(kSweep) + ": " + errors::Text("log.answer_recovered", {target}));
       }
       os::DeleteFile(path, kSweep);
     });

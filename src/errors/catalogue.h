@@ -195,6 +195,65 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     {Kind::Text, "cli.status.service", 0, "service description"},
     {Kind::Text, "cli.status.service_error", 0, "error %1, %2"},
     {Kind::Text, "cli.status.ini_missing", 0, "missing or unreadable"},
+
+    // ---- the library's own log: the text after the place it names ("Class.Method:"), which
+    // stays in the code that writes the line ----
+    {Kind::Text, "log.title.messages", 0, "Log envío/recepción mensajes con SOAP "},
+    {Kind::Text, "log.title.trace", 0, "Log de trazas del "},
+    {Kind::Text, "log.started", 0, "Iniciando la clase CInterface"},
+    {Kind::Text, "log.configuration_loaded", 0, "Se cargó correctamente la configuración del archivo %1"},
+    {Kind::Text, "log.property_read", 0, "Recuperado el valor '%1' para la propiedad %2"},
+    {Kind::Text, "log.error", 0, "(%1)%2"},
+    {Kind::Text, "log.unknown_exception", 0, "unknown exception"},
+    {Kind::Text, "log.dispensation_started", 0, "Iniciando una solicitud de dispensación %1"},
+    {Kind::Text, "log.audit_folder", 0, "MakeAuditor %1"},
+    {Kind::Text, "log.wait.answer_seen", 0,
+     "Hemos encontrado el fichero pero esta liberado???? el fichero --> %1 con los atributos %2"},
+    {Kind::Text, "log.wait.executor_ended", 0, "executor.exe ha terminado sin dejar respuesta --> %1"},
+    {Kind::Text, "log.wait.last_look", 0, "antes del ultimo objFileAdmin.ExistResponseFile --> %1%2"},
+    {Kind::Text, "log.wait.look_again", 0, "dentro del if --> %1%2"},
+    {Kind::Text, "log.answer_attributes", 0, "(%1)"},
+    {Kind::Text, "log.deleting_answer", 0, "Vamos a borrar el fichero de recibidos %1"},
+    {Kind::Text, "log.answer_recovered", 0, "respuesta recuperada de una escritura interrumpida --> %1"},
+    {Kind::Text, "log.pending.confirmed", 0, "Confirmada la dispensación %1"},
+    {Kind::Text, "log.pending.resending", 0, "Reenviando la dispensación %1"},
+    {Kind::Text, "log.pending.no_answer", 0, "Sin respuesta del servicio para %1"},
+    {Kind::Text, "log.executor.started", 0, "Iniciando la solicitud de dispensación "},
+    {Kind::Text, "log.executor.sended_path", 0, "SendedPath : %1"},
+    {Kind::Text, "log.executor.id", 0, "strIdPrescripcion : %1"},
+    {Kind::Text, "log.executor.sending", 0, "Enviando mensaje SOAP 'PeticionDispensacion' "},
+    {Kind::Text, "log.executor.receiving", 0, "Recibiendo mensaje SOAP 'RespuestaPeticion' "},
+    {Kind::Text, "log.executor.before_write", 0, "Antes de escribir en el fichero"},
+    {Kind::Text, "log.executor.after_write", 0, "DESPUES de escribir en el fichero"},
+    {Kind::Text, "log.executor.hiding", 0, "Antes de poner la propiedad a hidden"},
+    // After "CExecutor.Fallo:" in the log, and the whole of the failure hand-over.
+    {Kind::Text, "log.executor.failure", 0, "(%1) %2"},
+    {Kind::Text, "log.connect.already", 0, "El servicio ya está conectado"},
+    {Kind::Text, "log.connect.connecting", 0, "Conectando con el servicio web"},
+    {Kind::Text, "log.parsing_dates", 0, "Parseando las fechas"},
+    {Kind::Text, "log.building_xml", 0, "Generando objeto IXMLNodeList con las propiedades de la clase"},
+    {Kind::Text, "log.building_request_xml", 0, "Generando archivo XML con la petición de la dispensación"},
+    {Kind::Text, "log.loading_from_xml", 0, "Cargando propiedades de clase a partir de un objeto NodeList"},
+    {Kind::Text, "log.checking_required_fields", 0, "Comprobando que todos los campos requeridos se han establecido"},
+    {Kind::Text, "log.no_required_fields", 0, "Una respuesta no tiene campos obligatorios"},
+    {Kind::Text, "log.writing_request", 0, "Generando archivo %1 con la petición de la dispensación"},
+    {Kind::Text, "log.writing_response", 0, "Generando archivo %1 con la respuesta de la dispensación"},
+    {Kind::Text, "log.batch.adding", 0, "INICIO1. intItems : %1 y %2"},
+    {Kind::Text, "log.batch.added", 0, "FIN. añadido : %1"},
+    {Kind::Text, "log.batch_answer.node", 0, "nombre del nodo : %1 de i = %2"},
+    {Kind::Text, "log.batch_answer.accepted", 0, "CORRECTOOOOOOOOOOOO "},
+    {Kind::Text, "log.batch_answer.refused", 0, "errrorrrr "},
+    {Kind::Text, "log.batch_answer.row", 0, "en el for  yy "},
+    {Kind::Text, "log.row.start", 0, "inicio %1"},
+    {Kind::Text, "log.row.field", 0, "objetos %1 --> %2"},
+
+    // ---- executor.exe, started by hand: what it writes to the terminal ----
+    {Kind::Text, "executor.usage", 0,
+     "usage: executor.exe IDPres=<id> [MD]\n"
+     "Started by libvelmora for each dispensation (MD: a batch); it sends the request file\n"
+     "Enviados/<id>.xml of the runtime folder ($VELMORA_HOME, else the library's folder) and\n"
+     "leaves the answer in Recibidos/. Exit status 0 when the answer was written.\n"},
+    {Kind::Text, "executor.version", 0, "executor.exe %1"},
 };
 
 // The entry of `key`, or null.

@@ -3,6 +3,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/start_up.h"
+#include "errors/catalogue.h"
 #include "executor/executor_impl.h"
 #include "os/paths.h"
 #include "ini/profile.h"
@@ -42,7 +43,7 @@ CExecutor::CExecutor() : impl_(std::make_unique<Impl>()) {
     opciones_ |= ctx.Config.GuardarPeticionSOAP;
     core::ApplyLoadedConfiguration();
     enabled_ = true;
-    core::LogLine(idPrescripcion_ + " " + "Se cargó correctamente la configuración del archivo " + iniFile_);
+    core::LogLine(idPrescripcion_ + " " + errors::Text("log.configuration_loaded", {iniFile_}));
   });
   // A trace that cannot be written must not undo a start-up that worked.
   core::Quietly([&] { ctx.TraceLog.WriteTrace(false, kInitialize, {}, true); });
@@ -53,7 +54,7 @@ CExecutor::~CExecutor() = default;
 void CExecutor::LogWithId(const std::string& text) const { core::LogLine(idPrescripcion_ + " " + text); }
 
 void CExecutor::Recovered(const std::string& value, const char* property) const {
-  LogWithId("Recuperado el valor '" + value + "' para la propiedad " + property);
+  LogWithId(errors::Text("log.property_read", {value, property}));
 }
 
 bool CExecutor::Conectado() const {
@@ -86,9 +87,9 @@ bool CExecutor::ConectarServicio() {
   // A caller that only connects (an installation check) reads why in Errores.
   return core::Method<bool>({.trace = kConnect, .after = [&](bool&) { core::CopySharedErrors(errores_); }}, [&] {
     if (conectado_) {
-      LogWithId(std::string(kConnect) + ":El servicio ya está conectado");
+      LogWithId(std::string(kConnect) + ":" + errors::Text("log.connect.already"));
     } else {
-      LogWithId(std::string(kConnect) + ":Conectando con el servicio web");
+      LogWithId(std::string(kConnect) + ":" + errors::Text("log.connect.connecting"));
       if (!impl_->client) impl_->client = std::make_unique<soap::SoapClient>();
       soap::SoapClient& client = *impl_->client;
       // Read at every connection, so a change of the proxy needs no restart.

@@ -6,6 +6,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "executor/executor_impl.h"
 #include "os/attributes.h"
 #include "os/files.h"
@@ -20,19 +21,18 @@ namespace {
 struct RequestTexts {
   const char* method;
   const char* operation;
-  const char* receivingLine;
+  const char* receivingSource;
 };
 
-constexpr RequestTexts kSingle = {"CExecutor.SolicitudDispensacion", "SolicitudDispensacion",
-                                  "SolicitudDispensacion:Recibiendo mensaje SOAP 'RespuestaPeticion' "};
+constexpr RequestTexts kSingle = {"CExecutor.SolicitudDispensacion", "SolicitudDispensacion", "SolicitudDispensacion"};
 constexpr RequestTexts kBatch = {"CExecutor.SolicitudDispensaciones", "SolicitudDispensacionMasiva",
-                                 "SolicitudDispensaciones:Recibiendo mensaje SOAP 'RespuestaPeticion' "};
+                                 "SolicitudDispensaciones"};
 
 // Both kinds raise a load failure under the single request's name: that is the source this
 // error has always carried, and log readers match on it. The line before the hidden mark is
 // shared the same way.
 constexpr const char* kLoadErrorSource = "CExecutor.SolicitudDispensacion";
-constexpr const char* kHiddenLine = "CExecutor.SolicitudDispensacion:Antes de poner la propiedad a hidden";
+constexpr const char* kHiddenLineSource = "CExecutor.SolicitudDispensacion";
 
 // Writes `cause` into the failure hand-over of `id` (layout.h), whole (aside, then renamed) and
 // private: only what a reader of the log line gets, the text up to its first line end, so the
@@ -81,7 +81,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     // the till that waits for this request.
     if (!result && errores_.Errores().Count() > 0) {
       const CErrorItem& cause = *errores_.Errores().Item(1);
-      const std::string text = "(" + std::to_string(cause.Number) + ") " + cause.Description;
+      const std::string text = errors::Text("log.executor.failure", {std::to_string(cause.Number), cause.Description});
       LogWithId(std::string(core::kExecutorFailureMark) + text);
       HandOffFailure(id, text);
     }
@@ -89,20 +89,20 @@ bool CExecutor::Request(bool batch, const std::string& id) {
   // The body fills the result as it goes: a host's event that fails after the answer is written
   // leaves the request done, with the event's error in Errores.
   return core::Method<bool>({.trace = method.c_str(), .after = reportFailure}, [&](bool& result) {
-    LogWithId(method + ":Iniciando la solicitud de dispensación ");
+    LogWithId(method + ":" + errors::Text("log.executor.started"));
     if (!enabled_) Raise(errnum::kInterfaceNotActive, method);
     if (AlIniciarSolicitudDispensacion) AlIniciarSolicitudDispensacion();
 
     CFileAdmin folders;
     if (batch) {
-      core::LogLine(method + " SendedPath : " + folders.GetSendedPath());
-      core::LogLine(method + " strIdPrescripcion : " + id);
+      core::LogLine(method + " " + errors::Text("log.executor.sended_path", {folders.GetSendedPath()}));
+      core::LogLine(method + " " + errors::Text("log.executor.id", {id}));
     }
     xml::Document request;
     if (!request.Load(folders.GetSendedPath() + core::layout::MessageFileName(id))) Raise(errnum::kXmlNotLoaded, kLoadErrorSource);
 
     if (!ConectarServicio()) Raise(errnum::kServiceUnreachable, method);
-    LogWithId(method + ":Enviando mensaje SOAP 'PeticionDispensacion' ");
+    LogWithId(method + ":" + errors::Text("log.executor.sending"));
     folders.MakeAuditor();
     ctx.Auditor().Save(id, audMarkMsgSended);
 
@@ -112,7 +112,7 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     ctx.Auditor().Save(id, audMarkMsgReceived);
     ctx.Config.UpdateAndSaveSended();
     if (!answer) Raise(errnum::kResponseNotFilled, method);
-    core::LogLine(id + " " + texts.receivingLine);
+    core::LogLine(id + " " + texts.receivingSource + ":" + errors::Text("log.executor.receiving"));
     ctx.Config.UpdateAndSaveReceived();
 
     std::unique_ptr<ResponseFile> response;
@@ -123,13 +123,13 @@ bool CExecutor::Request(bool batch, const std::string& id) {
     if (!response->Fill(*answer)) Raise(errnum::kResponseNotFilled, method);
 
     folders.MakeReceived();
-    LogWithId(method + ":Antes de escribir en el fichero");
+    LogWithId(method + ":" + errors::Text("log.executor.before_write"));
     // The file appears under its final name only whole (written aside, then renamed), so a
     // killed executor never leaves half a response for the waiting side to read.
     const std::string path = folders.GetReceivedPath() + core::layout::MessageFileName(id);
     if (!response->Write(path)) Raise(errnum::kDispensationNotExported, method);
-    LogWithId(method + ":DESPUES de escribir en el fichero");
-    LogWithId(kHiddenLine);
+    LogWithId(method + ":" + errors::Text("log.executor.after_write"));
+    LogWithId(std::string(kHiddenLineSource) + ":" + errors::Text("log.executor.hiding"));
     // The completion mark the waiting side polls for: hidden and nothing else.
     os::SetAttributes(path, os::kAttrHidden, method);
 

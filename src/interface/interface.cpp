@@ -32,7 +32,7 @@ CInterface::CInterface() {
     flag1_ = 0;
     flag2_ = 0;
     enabled_ = true;
-    core::LogLine("Se cargó correctamente la configuración del archivo " + iniFile_);
+    core::LogLine(errors::Text("log.configuration_loaded", {iniFile_}));
   });
   core::Quietly([&] { context.TraceLog.WriteTrace(false, kMethod, {}, true); });
 }
@@ -42,13 +42,13 @@ CInterface::~CInterface() {
 }
 
 std::string CInterface::NombreServicio() {
-  core::LogLine("Recuperado el valor '" + serviceName_ + "' para la propiedad NombreServicio");
+  core::LogLine(errors::Text("log.property_read", {serviceName_, "NombreServicio"}));
   return serviceName_;
 }
 
 std::string CInterface::NombreLog() {
   const std::string name = core::ThreadContext().MessageLog.FileName;
-  core::LogLine("Recuperado el valor '" + name + "' para la propiedad NombreLog");
+  core::LogLine(errors::Text("log.property_read", {name, "NombreLog"}));
   return name;
 }
 

@@ -8,6 +8,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "os/directory_watch.h"
 #include "interface/pending_claim.h"
 #include "interface/pending_files.h"
@@ -67,7 +68,7 @@ void Confirm(const std::string& id, const char* how, const char* method) {
   const std::string record = core::AuditRecordFile(id);
   core::SaveAuditMarks(record, id, {{"CONFIRMADA", how}, {"FECHA_CONFIRMACION", core::AuditTime(record)}});
   os::DeleteFile(interface::PendingCopy(id), method);
-  core::LogLine(std::string(method) + ":Confirmada la dispensación " + id);
+  core::LogLine(std::string(method) + ":" + errors::Text("log.pending.confirmed", {id}));
 }
 
 void Resend(const std::string& id, CDispensacionPendiente& item, const std::function<void()>& onIdle,
@@ -101,7 +102,7 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   core::SaveAuditMarks(record, id,
                        {{"REENVIOS", std::to_string(sent + 1)},
                         {"FECHA_REENVIO", core::AuditTime(record)}});
-  core::LogLine(std::string(method) + ":Reenviando la dispensación " + id);
+  core::LogLine(std::string(method) + ":" + errors::Text("log.pending.resending", {id}));
   // Its failure hand-over has no reader here; the folder goes when the re-send is over.
   const interface::ExecutorFailure failure(id);
   const auto ended = interface::StartExecutor(id, item.Lote, method);
@@ -110,7 +111,7 @@ void Resend(const std::string& id, CDispensacionPendiente& item, const std::func
   item.Codigos.clear();
   item.Textos.clear();
   if (answer.empty() || !interface::ReadVerdict(answer, item)) {
-    core::LogLine(std::string(method) + ":Sin respuesta del servicio para " + id);
+    core::LogLine(std::string(method) + ":" + errors::Text("log.pending.no_answer", {id}));
     return;
   }
   Confirm(id, "srv", method);

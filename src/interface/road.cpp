@@ -6,6 +6,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "messages/identifier.h"
 #include "os/attributes.h"
 #include "os/files.h"
@@ -87,7 +88,7 @@ std::unique_ptr<Response> Dispense(const Till& till, MessageKind& message) {
   try {
     auto& auditor = core::ThreadContext().Auditor();
     const std::string announced = message.Announce();
-    core::LogLine(std::string(method) + ":Iniciando una solicitud de dispensación " + announced);
+    core::LogLine(std::string(method) + ":" + errors::Text("log.dispensation_started", {announced}));
     message.Print();
     if (!host.Enabled()) Raise(errnum::kInterfaceNotActive, method);
     const std::string id = message.Identify();
@@ -101,7 +102,7 @@ std::unique_ptr<Response> Dispense(const Till& till, MessageKind& message) {
     // The batch names the audit folder in the log and makes it again: its installations' logs
     // and traces have the line and the second call, the single's never had them.
     if (message.batch) {
-      core::LogLine(std::string(method) + ":MakeAuditor " + files.GetAuditorPath());
+      core::LogLine(std::string(method) + ":" + errors::Text("log.audit_folder", {files.GetAuditorPath()}));
       files.MakeAuditor();
     }
     if (!message.WriteRequest(requestFile)) Raise(errnum::kRequestNotExported, method);

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/context.h"
+#include "errors/catalogue.h"
 #include "os/directory_watch.h"
 #include "os/attributes.h"
 #include "os/files.h"
@@ -38,25 +39,25 @@ bool CInterface::WaitResponse(const std::string& strIdPrescripcion) {
       if (interval == 0) Raise(errnum::kDivisionByZero, kMethod);
       if (elapsed % interval == 0 && files.ExistResponseFile(strIdPrescripcion, fldReceived)) {
         const uint32_t attributes = os::GetAttributes(path, kMethod);
-        core::LogLine("CInterface.WaitResponse: Hemos encontrado el fichero pero esta liberado???? el fichero --> " +
-                      folder + strIdPrescripcion + " con los atributos " + std::to_string(attributes));
+        core::LogLine("CInterface.WaitResponse: " + errors::Text("log.wait.answer_seen", {folder + strIdPrescripcion,
+                                                                                         std::to_string(attributes)}));
         arrived = attributes == os::kAttrHidden;
       }
       // An executor that has ended will write nothing more: waiting on to the time-out would
       // only hold the till. Its answer, if it left one, is taken by the last look below.
       if (!arrived && executorEnded_ && executorEnded_()) {
         if (!os::PathExists(path))
-          core::LogLine("CInterface.WaitResponse: executor.exe ha terminado sin dejar respuesta --> " + path);
+          core::LogLine("CInterface.WaitResponse: " + errors::Text("log.wait.executor_ended", {path}));
         break;
       }
       if (OnIdle) OnIdle();
       if (!arrived && elapsed < limit) watch.Wait(kPass);
     }
     const uint32_t attributes = os::GetAttributes(path, kMethod);
-    core::LogLine("CInterface.WaitResponse: antes del ultimo objFileAdmin.ExistResponseFile --> " + path +
-                  std::to_string(attributes));
+    core::LogLine("CInterface.WaitResponse: " + errors::Text("log.wait.last_look", {path, std::to_string(attributes)}));
     if (attributes != os::kAttrHidden || !arrived) {
-      core::LogLine("CInterface.WaitResponse: dentro del if --> " + path + std::to_string(attributes));
+      core::LogLine("CInterface.WaitResponse: " +
+                    errors::Text("log.wait.look_again", {path, std::to_string(attributes)}));
       arrived = files.ExistResponseFile(strIdPrescripcion, fldReceived);
     }
   } catch (const std::exception& e) {

@@ -2,6 +2,7 @@
 
 #include "core/boundary.h"
 #include "core/context.h"
+#include "errors/catalogue.h"
 #include "messages/body.h"
 #include "messages/identifier.h"
 #include "vbcompat/text.h"
@@ -18,8 +19,9 @@ bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPetic
   return core::Method<bool>({.trace = kMethod}, [&] {
     CPeticionDispensacion& given = objPeticionDispensacion;
     const size_t number = dispensaciones_.Count() + 1;
-    core::LogLine("CListadoDispensaciones.aniadirDispensacion:INICIO1. intItems : " +
-                  messages::Decimal(static_cast<long long>(number)) + " y " + given.IDPrescripcion);
+    core::LogLine("CListadoDispensaciones.aniadirDispensacion:" +
+                  errors::Text("log.batch.adding",
+                               {messages::Decimal(static_cast<long long>(number)), given.IDPrescripcion}));
 
     // The caller's object receives the identifier: the interface audits the batch under it.
     if (Trim(given.IDPrescripcion).empty()) given.IDPrescripcion = messages::ReserveGeneratedIdentifier(given);
@@ -55,7 +57,7 @@ bool CListadoDispensaciones::aniadirDispensacion(CPeticionDispensacion& objPetic
     // No key: the same request may be added twice, and nothing looks items up by key.
     dispensaciones_.Add(std::move(copy));
 
-    core::LogLine("CListadoDispensaciones.aniadirDispensacion:FIN. añadido : " + id);
+    core::LogLine("CListadoDispensaciones.aniadirDispensacion:" + errors::Text("log.batch.added", {id}));
     return true;
   });
 }
@@ -95,8 +97,7 @@ bool CListadoDispensaciones::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CListadoDispensaciones.ToXML";
   return core::Method<bool>({.trace = "CListadoDispensaciones.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
-    core::LogLine("CListadoDispensaciones.ToXML:Generando archivo " + path +
-                  " con la petición de la dispensación");
+    core::LogLine("CListadoDispensaciones.ToXML:" + errors::Text("log.writing_request", {path}));
     return true;
   });
 }

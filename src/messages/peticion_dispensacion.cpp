@@ -3,6 +3,7 @@
 #include "core/boundary.h"
 #include "core/context.h"
 #include "core/layout.h"
+#include "errors/catalogue.h"
 #include "messages/body.h"
 #include "vbcompat/dates.h"
 #include "os/files.h"
@@ -42,7 +43,7 @@ CPeticionDispensacion::~CPeticionDispensacion() {
 std::string CPeticionDispensacion::ParseDate(const std::string& text) {
   return core::Method<std::string>({.trace = "CPeticionDispensacion.ParseDate", .argument = text}, [&] {
     if (text.empty()) return std::string();
-    core::LogLine("CPeticionDispensacion.ParseDate:Parseando las fechas");
+    core::LogLine("CPeticionDispensacion.ParseDate:" + errors::Text("log.parsing_dates"));
     std::optional<os::LocalTime> date = vb::ReadDate(text);
     if (!date) Raise(errnum::kInvalidDate, "CPeticionDispensacion.ParseDate");
     return vb::FormatYyyymmdd(*date);
@@ -110,7 +111,7 @@ bool CPeticionDispensacion::ToXMLFile(const std::string& path) {
   return core::Method<bool>(
       {.trace = "CPeticionDispensacion.ToXMLFile", .argument = path, .source = "CPeticionDispensacion.ToXML"}, [&] {
     messages::SaveBody(ToString(false), path, "CPeticionDispensacion.ToXML");
-    core::LogLine("CPeticionDispensacion.ToXML:Generando archivo " + path + " con la petición de la dispensación");
+    core::LogLine("CPeticionDispensacion.ToXML:" + errors::Text("log.writing_request", {path}));
     return true;
   });
 }
@@ -128,8 +129,7 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_ToXML";
   // The OUT line stays empty: the list has no text form.
   return core::Method<std::shared_ptr<XmlNodeList>>({.trace = kMethod, .shown = nullptr}, [&] {
-    core::LogLine(
-        "CPeticionDispensacion.IObject_ToXML:Generando objeto IXMLNodeList con las propiedades de la clase");
+    core::LogLine("CPeticionDispensacion.IObject_ToXML:" + errors::Text("log.building_xml"));
     Fire(onBeforeTransformToXML);
     xml::Document doc;
     if (!doc.LoadXml(ToString(false))) Raise(errnum::kRequestXmlInvalid, kMethod);
@@ -138,7 +138,7 @@ std::shared_ptr<XmlNodeList> CPeticionDispensacion::IObject_ToXML() {
                                std::string(core::layout::kRequestCopyExtension);
       os::DeleteFile(file, kMethod);
       doc.Save(file, kMethod);
-      core::LogLine("CPeticionDispensacion.IObject_ToXML:Generando archivo XML con la petición de la dispensación");
+      core::LogLine("CPeticionDispensacion.IObject_ToXML:" + errors::Text("log.building_request_xml"));
     }
     Fire(onEndTransformToXML);
     return std::make_shared<XmlNodeList>(doc.ChildNodes());
@@ -150,8 +150,7 @@ bool CPeticionDispensacion::IObject_FromXML(const XmlNodeList& nodes) {
   (void)nodes;
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_FromXML";
   return core::Method<bool>({.trace = kMethod}, [&] {
-    core::LogLine(
-        "CPeticionDispensacion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
+    core::LogLine("CPeticionDispensacion.IObject_FromXML:" + errors::Text("log.loading_from_xml"));
     Fire(onBeforeTransformFromXML);
     Fire(onEndTransformFromXML);
     return true;
@@ -188,9 +187,7 @@ std::vector<std::string> CPeticionDispensacion::MissingFields() const {
 bool CPeticionDispensacion::IObject_RequiredFields() {
   static constexpr const char* kMethod = "CPeticionDispensacion.IObject_RequiredFields";
   return core::Method<bool>({.trace = kMethod}, [&] {
-    core::LogLine(
-        "CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han "
-        "establecido");
+    core::LogLine("CPeticionDispensacion.IObject_RequiredFields:" + errors::Text("log.checking_required_fields"));
     return MissingFields().empty();
   });
 }

@@ -2,6 +2,7 @@
 
 #include "core/boundary.h"
 #include "core/context.h"
+#include "errors/catalogue.h"
 #include "messages/body.h"
 #include "vbcompat/text.h"
 #include "xml/xml.h"
@@ -15,18 +16,17 @@ using vb::UpperCase;
 
 namespace {
 
-constexpr const char* kFailureText =
-    "Errores internos en la aplicación 'Interface Velmora' impiden la realizar la dispensación. Consulte el "
-    "archivo de log para determinar la causa del error";
+constexpr std::string_view kFailureText = errors::Find("INTERNAL_ERRORS")->text;
 
 }  // namespace
 
 CRespError& CRespError::createResp(const XmlNodeList& objNode) {
-  core::LogLine("CRespError.createResp:inicio " + messages::Decimal(static_cast<long long>(objNode.length())));
+  core::LogLine("CRespError.createResp:" +
+                errors::Text("log.row.start", {messages::Decimal(static_cast<long long>(objNode.length()))}));
   for (size_t i = 0; i < objNode.length(); ++i) {
     const XmlNode node = objNode.Item(i);
     const std::string value = node.nodeTypedValue();
-    core::LogLine("CRespError.createResp:objetos " + node.nodeName() + " --> " + value);
+    core::LogLine("CRespError.createResp:" + errors::Text("log.row.field", {node.nodeName(), value}));
     const std::string name = UpperCase(node.LocalName());
     if (name == "CODRESP")
       Codigo = value;
@@ -76,27 +76,27 @@ bool CRespDispensaciones::FromXMLFile(const std::string& path) {
 bool CRespDispensaciones::IObject_FromXML(const XmlNodeList& nodes) {
   static constexpr const char* kMethod = "CRespDispensaciones.IObject_FromXML";
   return core::Method<bool>({.trace = kMethod}, [&] {
-    core::LogLine(
-        "CRespDispensaciones.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
+    core::LogLine("CRespDispensaciones.IObject_FromXML:" + errors::Text("log.loading_from_xml"));
     Fire(onBeforeTransformFromXML);
     for (size_t i = 0; i < nodes.length(); ++i) {
       const XmlNode node = nodes.Item(i);
-      core::LogLine("CRespDispensaciones.IObject_FromXML:nombre del nodo : " + node.nodeName() + " de i = " +
-                    messages::Decimal(static_cast<long long>(i)));
+      core::LogLine("CRespDispensaciones.IObject_FromXML:" +
+                    errors::Text("log.batch_answer.node",
+                                 {node.nodeName(), messages::Decimal(static_cast<long long>(i))}));
       if (UpperCase(node.LocalName()) != "RESULTRESP") continue;
       blnCodigoErrorDisp = node.Text() == "0";
       if (blnCodigoErrorDisp) {
-        core::LogLine("CRespDispensaciones.IObject_FromXML:CORRECTOOOOOOOOOOOO ");
+        core::LogLine("CRespDispensaciones.IObject_FromXML:" + errors::Text("log.batch_answer.accepted"));
         dispensacionRealizada_ = true;
         continue;
       }
-      core::LogLine("CRespDispensaciones.IObject_FromXML:errrorrrr ");
+      core::LogLine("CRespDispensaciones.IObject_FromXML:" + errors::Text("log.batch_answer.refused"));
       for (size_t j = 0; j < nodes.length(); ++j) {
         const XmlNode list = nodes.Item(j);
         if (UpperCase(list.LocalName()) != "RESPUESTAS") continue;
         XmlNodeList items = list.childNodes();
         for (size_t k = 0; k < items.length(); ++k) {
-          core::LogLine("CRespDispensaciones.IObject_FromXML:en el for  yy ");
+          core::LogLine("CRespDispensaciones.IObject_FromXML:" + errors::Text("log.batch_answer.row"));
           // One working row is reused on purpose; the copy made by addDispensationResult is
           // what keeps the rows apart.
           addDispensationResult(working_.createResp(items.Item(k).childNodes()));
@@ -161,7 +161,7 @@ bool CRespDispensaciones::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespDispensaciones.ToXML";
   return core::Method<bool>({.trace = "CRespDispensaciones.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
-    core::LogLine("CRespDispensaciones.ToXML:Generando archivo " + path + " con la respuesta de la dispensación");
+    core::LogLine("CRespDispensaciones.ToXML:" + errors::Text("log.writing_response", {path}));
     return true;
   });
 }

@@ -2,6 +2,7 @@
 
 #include "core/boundary.h"
 #include "core/context.h"
+#include "errors/catalogue.h"
 #include "messages/body.h"
 #include "os/paths.h"
 #include "vbcompat/text.h"
@@ -71,8 +72,7 @@ bool CRespuestaPeticion::FromXMLFile(const std::string& path) {
 bool CRespuestaPeticion::IObject_FromXML(const XmlNodeList& nodes) {
   static constexpr const char* kMethod = "CRespuestaPeticion.IObject_FromXML";
   return core::Method<bool>({.trace = kMethod}, [&] {
-    core::LogLine(
-        "CRespuestaPeticion.IObject_FromXML:Cargando propiedades de clase a partir de un objeto NodeList");
+    core::LogLine("CRespuestaPeticion.IObject_FromXML:" + errors::Text("log.loading_from_xml"));
     Fire(onBeforeTransformFromXML);
     const std::string okCode = Trim(core::ThreadContext().Config.CodigoDispensacionOk());
     for (size_t i = 0; i < nodes.length(); ++i) {
@@ -166,7 +166,7 @@ bool CRespuestaPeticion::ToXMLFile(const std::string& path) {
   static constexpr const char* kMethod = "CRespuestaPeticion.ToXML";
   return core::Method<bool>({.trace = "CRespuestaPeticion.ToXMLFile", .argument = path, .source = kMethod}, [&] {
     messages::SaveBody(ToString(false), path, kMethod);
-    core::LogLine("CRespuestaPeticion.ToXML:Generando archivo " + path + " con la respuesta de la dispensación");
+    core::LogLine("CRespuestaPeticion.ToXML:" + errors::Text("log.writing_response", {path}));
     return true;
   });
 }
@@ -180,7 +180,7 @@ bool CRespuestaPeticion::IObject_RequiredFields() {
   static constexpr const char* kMethod = "CRespuestaPeticion.IObject_RequiredFields";
   // True even when it fails: a response has no required fields to miss.
   return core::Method<bool>({.trace = kMethod, .onFailure = true}, [&] {
-    core::LogLine("CRespuestaPeticion.IObject_RequiredFields:Una respuesta no tiene campos obligatorios");
+    core::LogLine("CRespuestaPeticion.IObject_RequiredFields:" + errors::Text("log.no_required_fields"));
     return true;
   });
 }
