@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "errors/catalogue.h"
+#include "executor/service_tls.h"
 #include "messages/identifier.h"
 #include "os/attributes.h"
 #include "vbcompat/text.h"
@@ -49,6 +50,12 @@ int ExecutorMain(int argc, char** argv) {
   executor.IDPrescripcion(id);
   bool done = batch ? executor.SolicitudDispensaciones(id) : executor.SolicitudDispensacion(id);
   return done ? 0 : 1;
+}
+
+ServiceTls CheckServiceTls(const std::string& iniFile) {
+  const velmora::ServiceTls probe = ProbeServiceTls(iniFile);
+  return {probe.https, probe.error, probe.facts.protocol, probe.facts.serverSubject, probe.facts.serverNotAfter,
+          probe.facts.clientNotAfter};
 }
 
 std::string UpperCase(std::string_view text) { return vb::UpperCase(text); }

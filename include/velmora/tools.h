@@ -34,4 +34,16 @@ VELMORA_API bool IsNumeric(std::string_view text);
 // hidden and nothing else. Throws velmora::Error when the file system refuses the mark.
 VELMORA_API bool MarkHidden(const std::string& path, const std::string& source);
 
+// A full TLS handshake with the service of the ini at `iniFile`, made as executor.exe makes it
+// (proxy, CAFile and client certificate of [Proxy]), nothing sent.
+struct ServiceTls {
+  bool https = false;          // false: [Configuracion] Servicio is not https; nothing was tried
+  std::string error;           // empty: the handshake was made
+  std::string protocol;        // "TLSv1.3"
+  std::string serverSubject;   // the server certificate's subject
+  int64_t serverNotAfter = 0;  // seconds since the epoch
+  int64_t clientNotAfter = 0;  // 0: no client certificate configured
+};
+VELMORA_API ServiceTls CheckServiceTls(const std::string& iniFile);
+
 }  // namespace velmora::tools

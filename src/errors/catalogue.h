@@ -100,6 +100,13 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     {Kind::Raised, "soap.timeout", errnum::kSoapClient, "Tiempo de espera agotado"},
     {Kind::Raised, "soap.usage", errnum::kSoapClient, "Llamada SOAP no válida"},
     {Kind::Raised, "soap.downgrade", errnum::kSoapClient, "Se rechaza pasar de https a http"},
+    {Kind::Raised, "soap.client_certificate", errnum::kSoapClient, "Certificado de cliente no válido"},
+    {Kind::Text, "soap.certificate.unreadable", 0, "[Proxy] %1: no se puede leer el archivo %2"},
+    {Kind::Text, "soap.certificate.not_certificate", 0, "[Proxy] CertFile: %1 no contiene un certificado PEM ni PKCS#12"},
+    {Kind::Text, "soap.certificate.password", 0, "[Proxy] KeyPassword no abre %1 (%2)"},
+    {Kind::Text, "soap.certificate.no_key", 0, "[Proxy] KeyFile: no hay clave privada en %1"},
+    {Kind::Text, "soap.certificate.mismatch", 0, "[Proxy] KeyFile: la clave de %1 no corresponde al certificado de %2"},
+    {Kind::Text, "soap.certificate.not_installed", 0, "[Proxy] CertFile: %1 no se pudo usar en la conexión"},
 
     // ---- the command line (velmora): what it writes to the terminal ----
     {Kind::Text, "cli.usage", 0,
@@ -196,6 +203,15 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     {Kind::Text, "cli.status.service", 0, "service description"},
     {Kind::Text, "cli.status.service_error", 0, "error %1, %2"},
     {Kind::Text, "cli.status.ini_missing", 0, "missing or unreadable"},
+    {Kind::Text, "cli.status.warn", 0, "WARN  %1: %2"},
+    {Kind::Text, "cli.status.tls", 0, "service TLS"},
+    {Kind::Text, "cli.status.tls_detail", 0, "%1, server \"%2\" valid until %3%4"},
+    {Kind::Text, "cli.status.tls_client", 0, ", client certificate valid until %1"},
+    {Kind::Text, "cli.status.tls_not_https", 0, "not used (%1 is not https)"},
+    {Kind::Text, "cli.status.tls_expires", 0, "%1 certificate expires in %2 days"},
+    {Kind::Text, "cli.status.tls_expired", 0, "%1 certificate has expired"},
+    {Kind::Text, "cli.status.tls_server", 0, "server"},
+    {Kind::Text, "cli.status.tls_client_name", 0, "client"},
 
     // ---- the library's own log: the text after the place it names ("Class.Method:"), which
     // stays in the code that writes the line ----

@@ -5,6 +5,7 @@
 #include "core/start_up.h"
 #include "errors/catalogue.h"
 #include "executor/executor_impl.h"
+#include "executor/service_tls.h"
 #include "os/paths.h"
 #include "ini/profile.h"
 #include "vbcompat/text.h"
@@ -17,9 +18,8 @@ namespace {
 
 constexpr const char* kInitialize = "CExecutor.Class_Initialize";
 constexpr const char* kConnect = "CExecutor.ConectarServicio";
-// The service description and TLS session kept between executors, in the runtime folder.
+// The service description kept between executors, in the runtime folder.
 constexpr const char* kDescriptionCache = "velmora.wsdl.cache";
-constexpr const char* kTlsSession = "velmora.tls.session";
 
 }  // namespace
 
@@ -99,8 +99,8 @@ bool CExecutor::ConectarServicio() {
       // Not a connector property: a service with a private CA needs it whether or not a proxy
       // is configured, and already for fetching the WSDL.
       client.CertificateAuthorityFile(proxy("CAFile"));
+      client.ClientCertificate(ClientCertificateOf(iniFile_));
       client.DescriptionCacheFile(os::RuntimeFolder() + kDescriptionCache);
-      client.TlsSessionFile(os::RuntimeFolder() + kTlsSession);
       if (utilizarProxy > 0) {
         const std::string servidor = proxy("Servidor");
         const std::string puerto = proxy("Puerto");

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "soap/client_certificate.h"
+
 namespace velmora::soap {
 
 // How the client reaches the service: the connector properties, in libcurl's terms.
@@ -15,6 +17,15 @@ struct ConnectionSettings {
   std::string proxyPassword;
   int32_t timeoutMs = 30000;  // the whole exchange of one call
   std::string caFile;         // extra trust for services with a private CA; empty: the system's
+  ClientCertificateFiles clientCertificate;  // empty certFile: no client certificate
+};
+
+// What the last TLS handshake showed: empty protocol when none was made.
+struct TlsFacts {
+  std::string protocol;        // "TLSv1.3", "TLSv1.2"
+  std::string serverSubject;   // the server certificate's subject, one line
+  int64_t serverNotAfter = 0;  // seconds since the epoch
+  int64_t clientNotAfter = 0;  // 0: no client certificate was configured
 };
 
 struct HttpReply {
@@ -24,7 +35,10 @@ struct HttpReply {
 
 // One libcurl handle, kept for the client's life so that a description fetch and the call after
 // it share libcurl's TLS session cache (the second handshake resumes where the server allows).
-// Verification of the peer and of the host name is never switched off.
+// Verification of the peer and of the host name is never switched off, and TLS 1.2 is the
+// lowest protocol accepted whatever the system's OpenSSL configuration allows (1.3 preferred).
+// No session outlives the process: each executor makes a full handshake, which verifies the
+// server against the trust configured now.
 class HttpTransport {
  public:
   HttpTransport();
@@ -44,8 +58,10 @@ class HttpTransport {
   // have reached the service, so the request may go again.
   bool NothingSent() const;
 
-  // Where the service's TLS session is kept between processes; empty (the default): nowhere.
-  void TlsSessionFile(const std::string& path);
+  // A handshake with the host of `url` and nothing sent; raises as an exchange would.
+  TlsFacts Probe(const std::string& url, const ConnectionSettings& settings, const std::string& source);
+  // What the last handshake of this transport showed.
+  const TlsFacts& LastTls() const;
 
  private:
   struct Impl;

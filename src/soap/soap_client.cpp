@@ -126,6 +126,8 @@ void SoapClient::Adopt(std::string text, bool fromCache) {
   initialised_ = true;
 }
 
+TlsFacts SoapClient::ProbeTls(const std::string& url) { return transport_->Probe(url, settings_, "SoapClient.ProbeTls"); }
+
 void SoapClient::ConnectorProperty(const std::string& name, const ConnectorValue& value) {
   if (name == "UseProxy") {
     settings_.useProxy = AsBool(value);

@@ -34,8 +34,6 @@ class SoapClient {
 
   // Where fetched descriptions are kept between processes; empty (the default): nowhere.
   void DescriptionCacheFile(const std::string& path) { cache_ = DescriptionCache(path); }
-  // Where the service's TLS session is kept between processes, to be resumed by the next.
-  void TlsSessionFile(const std::string& path) { transport_->TlsSessionFile(path); }
 
   // "UseProxy", "ProxyServer", "ProxyPort", "ProxyUser", "ProxyPassword", "Timeout" (ms).
   // Names are case-sensitive, as they always were; another name raises SoapFailure::Usage.
@@ -43,6 +41,13 @@ class SoapClient {
 
   // A CA certificate file (PEM) trusted besides the system's, for services with a private CA.
   void CertificateAuthorityFile(const std::string& path) { settings_.caFile = path; }
+  // The till's own certificate, for services that require one; empty certFile: none. Read and
+  // checked before the first connection that needs it.
+  void ClientCertificate(const ClientCertificateFiles& files) { settings_.clientCertificate = files; }
+
+  // A full TLS handshake with the host of `url` (through the proxy when one is configured),
+  // without sending a request: what the server showed and what was negotiated.
+  TlsFacts ProbeTls(const std::string& url);
 
   // Calls `operation` with `arguments` as the content of its first input part. Returns the
   // element children of the return part, references resolved; nullopt when the reply carries

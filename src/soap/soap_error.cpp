@@ -18,6 +18,7 @@ const char* SoapFailureText(SoapFailure kind) {
     case SoapFailure::Timeout: return text("soap.timeout");
     case SoapFailure::Usage: return text("soap.usage");
     case SoapFailure::Downgrade: return text("soap.downgrade");
+    case SoapFailure::ClientCertificate: return text("soap.client_certificate");
   }
   return text("SOAP_CLIENT");
 }

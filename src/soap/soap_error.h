@@ -22,6 +22,7 @@ enum class SoapFailure {
   Timeout,      // no complete answer within the time-out
   Usage,        // a call the client cannot make (unknown operation, property, style)
   Downgrade,    // an https service that leads to plain http (where the password would travel)
+  ClientCertificate,  // the configured client certificate or its key cannot be used
 };
 
 // Throws velmora::Error{kSoapClientError, source, "<kind>: <detail>"}.

@@ -33,7 +33,7 @@ ROOMS = {
     "core":      ("audit errors ini os vbcompat xml", "boundary context layout start_up"),
     "audit":     ("core errors ini os vbcompat", "audit_record trail_queue trail_store"),
     "messages":  ("core errors os vbcompat xml", "identifier"),
-    "executor":  ("core errors ini messages os soap vbcompat xml", ""),
+    "executor":  ("core errors ini messages os soap vbcompat xml", "service_tls"),
     "interface": ("audit core errors messages os pdf vbcompat", ""),
     "pdf":       ("errors fonts os vbcompat", ""),
     "barcode":   ("errors os vbcompat", "modules"),

@@ -24,10 +24,12 @@ int Status(std::ostream& out, bool json) {
     out << "{\"passed\":" << (passed ? "true" : "false") << ",\"checks\":[";
     for (size_t i = 0; i < checks.size(); ++i)
       out << (i ? "," : "") << "{\"name\":" << Quoted(checks[i].name) << ",\"passed\":"
-          << (checks[i].passed ? "true" : "false") << ",\"detail\":" << Quoted(checks[i].detail) << "}";
+          << (checks[i].passed ? "true" : "false") << (checks[i].warning ? ",\"warning\":true" : "")
+          << ",\"detail\":" << Quoted(checks[i].detail) << "}";
     out << "],\"log\":" << Quoted(log) << "}\n";
   } else {
-    for (const Check& c : checks) out << Say(c.passed ? "cli.status.pass" : "cli.status.fail", {c.name, c.detail}) << "\n";
+    for (const Check& c : checks)
+      out << Say(!c.passed ? "cli.status.fail" : c.warning ? "cli.status.warn" : "cli.status.pass", {c.name, c.detail}) << "\n";
     out << Say("cli.status.totals", {enviados, recibidos, log, logSize}) << "\n";
     out << Say(passed ? "cli.status.all_passed" : "cli.status.some_failed") << "\n";
   }

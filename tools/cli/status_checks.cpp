@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 
 #include "status.h"
@@ -58,6 +59,9 @@ constexpr Key kKeys[] = {
     {"Proxy", "Password", Kind::kSecret, true},
     {"Proxy", "TimeOut", Kind::kOptionalInt, true},
     {"Proxy", "CAFile", Kind::kFile},
+    {"Proxy", "CertFile", Kind::kFile},
+    {"Proxy", "KeyFile", Kind::kFile},
+    {"Proxy", "KeyPassword", Kind::kSecret},
     {"RespuestaDefecto", "CodigoAviso", Kind::kText},
     {"RespuestaDefecto", "TextoAviso", Kind::kText},
     {"RespuestaDefecto", "NumAvisos", Kind::kOptionalInt},
@@ -187,6 +191,50 @@ Check ServiceCheck(const std::string& root, const std::string& service) {
   return check;
 }
 
+// A certificate expiring within this many days is a warning: time enough to have a new one issued.
+constexpr int64_t kExpiryWarningDays = 30;
+
+std::string Day(int64_t epoch) {
+  const std::time_t t = static_cast<std::time_t>(epoch);
+  std::tm tm{};
+  char text[32] = "?";
+  if (gmtime_r(&t, &tm)) std::strftime(text, sizeof text, "%Y-%m-%d %H:%M UTC", &tm);
+  return text;
+}
+
+// The handshake an executor makes, full (no kept session), with the client certificate of the
+// ini: what a server that refuses it, or a certificate about to expire, would do to every
+// dispensation shows here first.
+Check TlsCheck(const std::string& ini, const std::string& service) {
+  const tools::ServiceTls tls = tools::CheckServiceTls(ini);
+  Check check{Say("cli.status.tls"), true, {}};
+  if (!tls.https) {
+    check.detail = Say("cli.status.tls_not_https", {service});
+    return check;
+  }
+  if (!tls.error.empty()) {
+    check.passed = false;
+    check.detail = tls.error;
+    return check;
+  }
+  check.detail = Say("cli.status.tls_detail", {tls.protocol, tls.serverSubject, Day(tls.serverNotAfter),
+                                               tls.clientNotAfter ? Say("cli.status.tls_client", {Day(tls.clientNotAfter)}) : ""});
+  const int64_t now = std::time(nullptr);
+  const std::pair<const char*, int64_t> certificates[] = {{"cli.status.tls_server", tls.serverNotAfter},
+                                                          {"cli.status.tls_client_name", tls.clientNotAfter}};
+  for (const auto& [name, notAfter] : certificates) {
+    if (!notAfter) continue;
+    if (notAfter <= now) {
+      check.passed = false;
+      check.detail += "; " + Say("cli.status.tls_expired", {Say(name)});
+    } else if (notAfter - now < kExpiryWarningDays * 86400) {
+      check.warning = true;
+      check.detail += "; " + Say("cli.status.tls_expires", {Say(name), std::to_string((notAfter - now) / 86400)});
+    }
+  }
+  return check;
+}
+
 }  // namespace
 
 std::vector<Check> RunChecks() {
@@ -209,7 +257,11 @@ std::vector<Check> RunChecks() {
        {files.GetSendedPath(), files.GetReceivedPath(), files.GetDelayedPath(), files.GetAuditorPath()})
     checks.push_back(WorkingFolder(folder));
   checks.push_back(AttributesCheck(files.GetReceivedPath(), root));
-  if (iniThere) checks.push_back(ServiceCheck(root, GetPrivateProfileStringEx(ini, "Configuracion", "Servicio")));
+  if (iniThere) {
+    const std::string service = GetPrivateProfileStringEx(ini, "Configuracion", "Servicio");
+    checks.push_back(ServiceCheck(root, service));
+    checks.push_back(TlsCheck(ini, service));
+  }
   return checks;
 }
 
