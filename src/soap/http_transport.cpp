@@ -297,7 +297,9 @@ HttpReply HttpTransport::PostSoap(const std::string& url, const std::string& soa
 }
 
 
-// A handle of its own, outside the shared session cache, so the handshake is a full one.
+// A handle of its own, outside the shared session cache, so the handshake is a full one. A
+// request is made and its answer read, whatever its status: with TLS 1.3 a server that refuses
+// the client's certificate says so only after the client has finished its side of the handshake.
 TlsFacts HttpTransport::Probe(const std::string& url, const ConnectionSettings& settings, const std::string& source) {
   struct Handle {
     CURL* curl = curl_easy_init();
@@ -305,7 +307,6 @@ TlsFacts HttpTransport::Probe(const std::string& url, const ConnectionSettings& 
   } probe;
   if (!probe.curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
   impl_->Apply(probe.curl, false, url, settings, settings.timeoutMs, source);
-  curl_easy_setopt(probe.curl, CURLOPT_CONNECT_ONLY, 1L);
   impl_->Exchange(probe.curl, url, settings.timeoutMs, source);
   return impl_->facts;
 }

@@ -14,6 +14,7 @@
 
 #include "interface/interface_fixture.h"
 #include "support/test_processes.h"
+#include "support/tls_fixture.h"
 
 extern char** environ;
 
@@ -157,6 +158,113 @@ TEST(Cli, StatusFailsEachCheckOnItsOwnBrokenFolder) {
     if (c.failure) EXPECT_NE(r.output.find(c.failure), std::string::npos) << c.name << "\n" << r.output;
     else EXPECT_EQ(r.output.find("FAIL"), std::string::npos) << r.output;
   }
+}
+
+// A run leaves neither secret in any file of the runtime folder nor in its output. The request
+// files carry the user's own password by design and are not looked at.
+constexpr const char* kKeyPassword = "clave-del-certificado-7";
+constexpr const char* kProxyPassword = "clave-del-proxy-9";
+void ExpectNoSecrets(const RuntimeFolder& f, const Result& r, const std::string& name) {
+  for (const char* secret : {kKeyPassword, kProxyPassword}) {
+    EXPECT_EQ(r.output.find(secret), std::string::npos) << name << ": output";
+    for (const auto& entry : fs::recursive_directory_iterator(f.Root())) {
+      const fs::path& path = entry.path();
+      // velmora.ini is the user's own, as the request files are.
+      if (!entry.is_regular_file() || path.parent_path().filename() == "Enviados" || path.extension() == ".out" ||
+          path.extension() == ".err" || path.filename() == "velmora.ini")
+        continue;
+      EXPECT_EQ(velmora::testing::ReadFile(entry.path()).find(secret), std::string::npos) << name << ": " << path;
+    }
+  }
+}
+
+// [Proxy] keys after TimeOut, with the trace on so that it too is looked at.
+std::string TlsIni(const std::string& service, const std::string& proxyKeys) {
+  std::string ini = Ini(service, "TimeOut", "5000\r\n" + proxyKeys);
+  return ini.replace(ini.find("GenerarTrace=0"), 14, "GenerarTrace=1");
+}
+
+// The TLS line of status, against servers of a CA made here: client certificates in every form,
+// the faults of each, expiry, and a system policy weakened below TLS 1.2.
+TEST(Cli, StatusMakesTheServiceHandshakeWithTheClientCertificate) {
+  using velmora::testing::TestCa;
+  using velmora::testing::TlsServer;
+  TestCa ca;
+  const TestCa::Issued server = ca.Issue("servicio"), client = ca.Issue("farmacia"), other = ca.Issue("otra"),
+                       locked = ca.Issue("farmacia-cifrada", 365, kKeyPassword), clientSoon = ca.Issue("farmacia-10d", 10);
+  const std::string p12 = ca.Pkcs12(client, kKeyPassword), p12Plain = ca.Pkcs12(client, "");
+  const std::string weak = ca.Folder() + "weak.cnf";
+  std::ofstream(weak) << "openssl_conf = c\n[c]\nssl_conf = s\n[s]\nsystem_default = d\n[d]\n"
+                         "MinProtocol = TLSv1\nCipherString = DEFAULT@SECLEVEL=0\n";
+  TlsServer mtls(server, ca.CaFile()), plain(server), expiring(ca.Issue("servicio-10d", 10)),
+      old(server, {}, {"-tls1_1", "-cipher", "DEFAULT@SECLEVEL=0"}, {"OPENSSL_CONF=" + weak});
+  velmora::testing::ClosingProxy proxy("farmacia", kProxyPassword);
+  const std::string trust = "CAFile=" + ca.CaFile() + "\r\n", pass = std::string("KeyPassword=") + kKeyPassword + "\r\n";
+  auto pem = [&](const TestCa::Issued& c) { return trust + "CertFile=" + c.cert + "\r\nKeyFile=" + c.key + "\r\n"; };
+  struct Case {
+    const char* name;
+    const TlsServer& server;
+    std::string keys;
+    bool weakPolicy;
+    std::string line;  // expected in the output
+  };
+  const Case cases[] = {
+      {"PEM, key apart", mtls, pem(client), false, "PASS  service TLS: TLSv1.3, server \"CN=servicio\""},
+      {"PEM, encrypted key", mtls, pem(locked) + pass, false, "PASS  service TLS: TLSv1.3"},
+      {"PKCS#12 with a password", mtls, trust + "CertFile=" + p12 + "\r\n" + pass, false, ", client certificate valid until"},
+      {"PKCS#12 without one", mtls, trust + "CertFile=" + p12Plain + "\r\n", false, "PASS  service TLS: TLSv1.3"},
+      {"required, none given", mtls, trust, false, "FAIL  service TLS: Error de conexión"},
+      {"wrong key password", mtls, pem(locked) + "KeyPassword=otra\r\n", false, "[Proxy] KeyPassword no abre " + locked.key + " ("},
+      {"wrong PKCS#12 password", mtls, trust + "CertFile=" + p12 + "\r\nKeyPassword=otra\r\n", false, "[Proxy] KeyPassword no abre " + p12 + " ("},
+      {"key of another certificate", mtls, trust + "CertFile=" + client.cert + "\r\nKeyFile=" + other.key + "\r\n", false, "no corresponde al certificado de " + client.cert},
+      {"unreadable certificate", mtls, trust + "CertFile=/nonexistent/c.pem\r\n", false, "[Proxy] CertFile: no se puede leer el archivo /nonexistent/c.pem"},
+      {"server expires in 10 days", expiring, trust, false, "WARN  service TLS: TLSv1.3, server \"CN=servicio-10d\""},
+      {"client expires in 10 days", mtls, pem(clientSoon), false, "; client certificate expires in 9 days"},
+      {"TLS 1.1 only, weakened policy", old, trust, true, "FAIL  service TLS: Error de conexión"},
+      {"TLS 1.3, weakened policy", plain, trust, true, "PASS  service TLS: TLSv1.3"},
+      {"proxy closing after 407", mtls, pem(locked) + pass + "UtilizarProxy=1\r\nUsarProxy=1\r\nServidor=127.0.0.1\r\nPuerto=" +
+           std::to_string(proxy.Port()) + "\r\nUsuario=farmacia\r\nPassword=" + kProxyPassword + "\r\n", false, "PASS  service TLS: TLSv1.3"},
+  };
+  for (const Case& c : cases) {
+    std::string ini = TlsIni(c.server.Url("index.html"), c.keys);
+    if (c.keys.find("UtilizarProxy=1") != std::string::npos) ini.replace(ini.find("UtilizarProxy=0\r\n"), 17, "");
+    RuntimeFolder f(ini);
+    fs::create_symlink(VELMORA_EXECUTOR, f.Path("executor.exe"));
+    if (c.weakPolicy) setenv("OPENSSL_CONF", weak.c_str(), 1);
+    const Result r = Velmora(f, {"status"});
+    unsetenv("OPENSSL_CONF");
+    EXPECT_NE(r.output.find(c.line), std::string::npos) << c.name << "\n" << r.output;
+    ExpectNoSecrets(f, r, c.name);
+  }
+  // Basic went with the first request: the proxy never had to answer 407.
+  const std::vector<std::string> answers = proxy.Answers();
+  EXPECT_FALSE(answers.empty());
+  EXPECT_EQ(std::count(answers.begin(), answers.end(), "407"), 0);
+}
+
+// A dispensation through the proxy, with an encrypted client key: answered, and no secret in
+// the log, the trace, the audit trail or the kept description.
+TEST(Cli, DispensationThroughAClosingProxyKeepsBothPasswordsOutOfEveryFile) {
+  using velmora::testing::DataFile;
+  velmora::testing::TestCa ca;
+  const auto locked = ca.Issue("farmacia", 365, kKeyPassword);
+  velmora::testing::SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
+  velmora::testing::ClosingProxy proxy("farmacia", kProxyPassword);
+  std::string ini = TlsIni(sim.WsdlUrl(), "CAFile=" + DataFile("sim-cert.pem") + "\r\nCertFile=" + locked.cert + "\r\nKeyFile=" +
+                                              locked.key + "\r\nKeyPassword=" + kKeyPassword + "\r\nUtilizarProxy=1\r\nUsarProxy=1\r\n"
+                                              "Servidor=127.0.0.1\r\nPuerto=" + std::to_string(proxy.Port()) +
+                                              "\r\nUsuario=farmacia\r\nPassword=" + kProxyPassword + "\r\n");
+  RuntimeFolder f(ini.replace(ini.find("UtilizarProxy=0\r\n"), 17, ""));
+  fs::create_symlink(VELMORA_EXECUTOR, f.Path("executor.exe"));
+  f.Write("request.ini", Sample("600000"));
+  const Result r = Velmora(f, {"dispense", f.Path("request.ini")});
+  EXPECT_EQ(r.exit, 0) << r.output;
+  const std::vector<std::string> answers = proxy.Answers();
+  EXPECT_EQ(answers.size(), 2u) << ::testing::PrintToString(answers);  // description and call, tunnelled at once
+  ExpectNoSecrets(f, r, "dispense");
+  const Result status = Velmora(f, {"status", "--json"});
+  EXPECT_NE(status.out.find("{\"name\":\"service TLS\",\"passed\":true,\"detail\":\"TLSv1.3, server "), std::string::npos) << status.out;
+  ExpectNoSecrets(f, status, "status");
 }
 
 }  // namespace

@@ -23,8 +23,6 @@ namespace velmora::testing {
 
 namespace fs = std::filesystem;
 
-namespace {
-
 bool Connects(int port) {
   int fd = socket(AF_INET, SOCK_STREAM, 0);
   sockaddr_in addr{};
@@ -35,8 +33,6 @@ bool Connects(int port) {
   close(fd);
   return ok;
 }
-
-}  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::vector<std::string>& env,
                            const std::string& output, bool errorsToo) {

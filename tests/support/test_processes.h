@@ -81,6 +81,8 @@ struct ProgramResult {
 // Runs a program found on PATH (no shell) and waits for it.
 ProgramResult RunProgram(const std::vector<std::string>& argv);
 
+// True when something accepts connections on the loopback `port`.
+bool Connects(int port);
 // A loopback port nobody listens on (bound, then released).
 int UnusedPort();
 std::string DataFile(const std::string& name);  // tests/support/data/<name>

@@ -1,0 +1,57 @@
+"""A CONNECT proxy for tests: 407 and close (no Connection: close) unless Basic credentials match."""
+import base64, socket, sys, threading
+
+port, user, password, record = int(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4]
+expected = "Basic " + base64.b64encode(f"{user}:{password}".encode()).decode()
+lock = threading.Lock()
+
+
+def note(line):
+    with lock, open(record, "a") as f:
+        f.write(line + "\n")
+
+
+def pump(a, b):
+    try:
+        while data := a.recv(65536):
+            b.sendall(data)
+    except OSError:
+        pass
+    finally:
+        for s in (a, b):
+            try:
+                s.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+
+
+def serve(conn):
+    head = b""
+    while b"\r\n\r\n" not in head:
+        chunk = conn.recv(4096)
+        if not chunk:
+            return conn.close()
+        head += chunk
+    lines = head.split(b"\r\n\r\n")[0].decode("latin-1").split("\r\n")
+    method, target = lines[0].split(" ")[:2]
+    auth = [l.split(":", 1)[1].strip() for l in lines[1:] if l.lower().startswith("proxy-authorization:")]
+    if method != "CONNECT" or auth != [expected]:
+        note("407")
+        conn.sendall(b"HTTP/1.1 407 Proxy Authentication Required\r\n"
+                     b"Proxy-Authenticate: Basic realm=\"test\"\r\nContent-Length: 0\r\n\r\n")
+        return conn.close()
+    host, p = target.rsplit(":", 1)
+    upstream = socket.create_connection((host, int(p)))
+    note("200 " + target)
+    conn.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+    threading.Thread(target=pump, args=(upstream, conn), daemon=True).start()
+    pump(conn, upstream)
+
+
+listener = socket.socket()
+listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+listener.bind(("127.0.0.1", port))
+listener.listen(16)
+while True:
+    c, _ = listener.accept()
+    threading.Thread(target=serve, args=(c,), daemon=True).start()

@@ -1,0 +1,111 @@
+#include "support/tls_fixture.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "support/test_support.h"
+
+namespace velmora::testing {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Keys on P-256: made in milliseconds, and accepted at every security level the client allows.
+const std::vector<std::string> kNewKey = {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"};
+
+bool StartedOn(int port) { return WaitFor([&] { return Connects(port); }, std::chrono::seconds(10)); }
+
+}  // namespace
+
+void TestCa::Openssl(const std::vector<std::string>& args) const {
+  std::vector<std::string> argv = {"openssl"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  const ProgramResult r = RunProgram(argv);
+  if (r.exitCode != 0) throw std::runtime_error("openssl " + args.at(0) + " failed: " + r.output);
+}
+
+TestCa::TestCa() : folder_(MakeTempFolder("velmora-ca")) {
+  std::vector<std::string> args = {"req", "-x509", "-days", "30", "-subj", "/CN=Velmora Test CA", "-keyout",
+                                   folder_ + "ca.key", "-out", folder_ + "ca.pem"};
+  args.insert(args.end(), kNewKey.begin(), kNewKey.end());
+  Openssl(args);
+}
+
+TestCa::~TestCa() {
+  std::error_code ec;
+  fs::remove_all(folder_, ec);
+}
+
+TestCa::Issued TestCa::Issue(const std::string& name, int days, const std::string& keyPassword) const {
+  const std::string base = folder_ + name;
+  std::vector<std::string> args = {"req", "-x509", "-CA", folder_ + "ca.pem", "-CAkey", folder_ + "ca.key",
+                                   "-days", std::to_string(days), "-subj", "/CN=" + name,
+                                   "-addext", "subjectAltName=IP:127.0.0.1,DNS:localhost",
+                                   "-keyout", base + ".key", "-out", base + ".pem"};
+  args.insert(args.end(), kNewKey.begin(), kNewKey.end());
+  Openssl(args);
+  Issued issued{base + ".pem", base + ".key"};
+  if (!keyPassword.empty()) {
+    Openssl({"pkey", "-in", issued.key, "-aes256", "-passout", "pass:" + keyPassword, "-out", base + ".enc.key"});
+    issued.key = base + ".enc.key";
+  }
+  return issued;
+}
+
+std::string TestCa::Pkcs12(const Issued& issued, const std::string& password) const {
+  const std::string out = issued.cert + (password.empty() ? ".plain.p12" : ".p12");
+  std::vector<std::string> args = {"pkcs12", "-export", "-in", issued.cert, "-inkey", issued.key, "-certfile",
+                                   CaFile(), "-out", out, "-passout", "pass:" + password};
+  if (password.empty()) args.insert(args.end(), {"-keypbe", "NONE", "-certpbe", "NONE", "-nomac"});
+  Openssl(args);
+  return out;
+}
+
+TlsServer::TlsServer(const TestCa::Issued& identity, const std::string& clientCa, const std::vector<std::string>& extra,
+                     const std::vector<std::string>& env)
+    : folder_(MakeTempFolder("velmora-tls-server")) {
+  port_ = UnusedPort();
+  std::vector<std::string> argv = {"openssl", "s_server", "-quiet", "-accept", std::to_string(port_),
+                                   "-cert", identity.cert, "-key", identity.key, "-WWW"};
+  if (!clientCa.empty()) argv.insert(argv.end(), {"-CAfile", clientCa, "-Verify", "1"});
+  argv.insert(argv.end(), extra.begin(), extra.end());
+  std::ofstream(folder_ + "index.html") << "velmora\n";
+  // -WWW serves files relative to the working folder: started from its own.
+  const fs::path here = fs::current_path();
+  fs::current_path(folder_);
+  process_ = ChildProcess(argv, env, folder_ + "s_server.out", true);
+  fs::current_path(here);
+  if (!StartedOn(port_)) throw std::runtime_error("openssl s_server did not start: " + ReadFile(folder_ + "s_server.out"));
+}
+
+TlsServer::~TlsServer() {
+  process_.Stop();
+  std::error_code ec;
+  fs::remove_all(folder_, ec);
+}
+
+ClosingProxy::ClosingProxy(const std::string& user, const std::string& password)
+    : folder_(MakeTempFolder("velmora-closing-proxy")) {
+  port_ = UnusedPort();
+  process_ = ChildProcess({"python3", DataFile("../closing_proxy.py"), std::to_string(port_), user, password,
+                           folder_ + "answers"});
+  if (!StartedOn(port_)) throw std::runtime_error("the test proxy did not start");
+}
+
+ClosingProxy::~ClosingProxy() {
+  process_.Stop();
+  std::error_code ec;
+  fs::remove_all(folder_, ec);
+}
+
+std::vector<std::string> ClosingProxy::Answers() const {
+  std::vector<std::string> answers;
+  std::istringstream in(ReadFile(folder_ + "answers"));
+  for (std::string line; std::getline(in, line);) answers.push_back(line);
+  return answers;
+}
+
+}  // namespace velmora::testing
