@@ -106,7 +106,6 @@ inline constexpr CatalogueEntry kCatalogue[] = {
     {Kind::Text, "soap.certificate.password", 0, "[Proxy] KeyPassword no abre %1 (%2)"},
     {Kind::Text, "soap.certificate.no_key", 0, "[Proxy] KeyFile: no hay clave privada en %1"},
     {Kind::Text, "soap.certificate.mismatch", 0, "[Proxy] KeyFile: la clave de %1 no corresponde al certificado de %2"},
-    {Kind::Text, "soap.certificate.not_installed", 0, "[Proxy] CertFile: %1 no se pudo usar en la conexión"},
 
     // ---- the command line (velmora): what it writes to the terminal ----
     {Kind::Text, "cli.usage", 0,
