@@ -187,7 +187,6 @@ struct Simulator::Impl {
   }
 
   void Routes() {
-    server->set_tcp_nodelay(true);
     server->Get(kDescriptionPath, [this](const httplib::Request& req, httplib::Response& res) {
       if (!req.has_param("wsdl")) {
         res.set_content("velmora-sim: the WSDL is at " + baseUrl + kDescriptionPath + "?wsdl\n", "text/plain");
@@ -245,6 +244,10 @@ int Simulator::Run(std::string& error) {
   // A service answers many tills at once; a slow answer must not hold up the others, so the
   // simulator keeps more workers than a handful of slow scenarios can occupy.
   d.server->new_task_queue = [] { return new httplib::ThreadPool(64); };
+  // Before the bind: the listening socket carries it, and every accepted connection inherits it.
+  // Without it an answer written in several pieces (TLS records, headers then body) waits for
+  // the client's delayed acknowledgement, some 40 ms that no real service adds.
+  d.server->set_tcp_nodelay(true);
   int port = d.options.port;
   if (d.options.rttMs > 0) {
     // The server on a private port; the address everybody is given is the relay's.
