@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "soap/soap_error.h"
+#include "soap/trust_store.h"
 #include "velmora/error.h"
 
 namespace velmora::soap {
@@ -181,7 +182,7 @@ void HttpTransport::Impl::Apply(CURL* curl, bool shared, const std::string& url,
   curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, 1L);
   curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L);
   curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!settings.caFile.empty()) curl_easy_setopt(curl, CURLOPT_CAINFO, settings.caFile.c_str());
+  ApplyTrust(curl, settings.caFile);
   curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   if (OnOpenSsl()) {
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, OnContext);

@@ -2,8 +2,11 @@
 #include "soap/soap_client.h"
 
 #include <gtest/gtest.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
 #include <stdlib.h>
 
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +19,7 @@
 #include "soap/soap_error.h"
 #include "xml/xml.h"
 #include "support/test_processes.h"
+#include "support/test_support.h"
 #include "velmora/error.h"
 
 namespace velmora::testing {
@@ -226,15 +230,34 @@ TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
 }
 
 // The refusal of https-to-http is tried from end to end, through executor.exe (tests/e2e).
-// Trust is checked at every handshake: after a client that trusted the service, one that does
-// not (CAFile changed) is refused, although the description it finds kept needs one connection.
-TEST(SoapClient, HttpsNeedsTheServiceCaAtEveryHandshake) {
+// The system's trust is looked up in its hashed directory, not its bundle: the simulator's
+// certificate, absent from the real one, is trusted once a directory named by SSL_CERT_DIR holds
+// it under its subject's hash. Trust is checked at every handshake: after a client that trusted
+// the service, one that does not (CAFile changed) is refused, although the description it finds
+// kept needs one connection.
+TEST(SoapClient, HttpsTrustsTheSystemDirectoryOrTheCaFileAtEveryHandshake) {
   SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
-  const std::string kept = ::testing::TempDir() + "velmora-kept.wsdl.cache";
-  for (bool trusted : {false, true, true, false}) {
+  const std::string kept = ::testing::TempDir() + "velmora-kept.";
+  const std::string hashed = MakeTempFolder("hashed-trust");
+  {
+    std::unique_ptr<FILE, int (*)(FILE*)> pem(fopen(DataFile("sim-cert.pem").c_str(), "r"), fclose);
+    X509* cert = PEM_read_X509(pem.get(), nullptr, nullptr, nullptr);
+    ASSERT_NE(cert, nullptr);
+    char name[16];
+    snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(cert));
+    X509_free(cert);
+    std::filesystem::copy_file(DataFile("sim-cert.pem"), hashed + "/" + name);
+  }
+  const struct {
+    const char* certDir;  // SSL_CERT_DIR; null: the system's own
+    bool caFile;
+    bool accepted;
+  } cases[] = {{nullptr, false, false}, {hashed.c_str(), false, true}, {nullptr, true, true}, {nullptr, false, false}};
+  for (const auto& c : cases) {
+    if (c.certDir) setenv("SSL_CERT_DIR", c.certDir, 1);
     SoapClient client;
-    client.DescriptionCacheFile(kept);
-    if (trusted) client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
+    client.DescriptionCacheFile(kept + "wsdl.cache");
+    if (c.caFile) client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
     std::string error = "no error";
     try {
       client.mssoapinit(sim.WsdlUrl());
@@ -242,12 +265,14 @@ TEST(SoapClient, HttpsNeedsTheServiceCaAtEveryHandshake) {
     } catch (const Error& e) {
       error = e.Description;
     }
-    EXPECT_EQ(error.find(trusted ? "no error" : "Error de conexión"), 0u) << error;
+    unsetenv("SSL_CERT_DIR");
+    EXPECT_EQ(error.find(c.accepted ? "no error" : "Error de conexión"), 0u) << error;
   }
   const std::vector<std::string> records = sim.Records();
   ASSERT_EQ(records.size(), 2u);
   EXPECT_EQ(SimulatorProcess::Field(records[1], "tlsResumed"), "no");
-  std::filesystem::remove(kept);
+  std::filesystem::remove(kept + "wsdl.cache");
+  std::filesystem::remove_all(hashed);
 }
 
 // The description kept in a file between clients, as executors keep it in the runtime folder.
