@@ -22,13 +22,13 @@ namespace velmora::bench {
 
 namespace fs = std::filesystem;
 
-namespace {
-
 std::string MakeTempFolder(const char* tag) {
   std::string pattern = (fs::temp_directory_path() / (std::string(tag) + "-XXXXXX")).string();
   if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
   return pattern + "/";
 }
+
+namespace {
 
 bool HasPort(const std::string& portFile) {
   std::ifstream in(portFile);

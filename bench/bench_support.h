@@ -34,6 +34,9 @@ class Child {
   pid_t pid_ = -1;
 };
 
+// A new folder under the temporary directory, its name starting with `tag`; ends in "/".
+std::string MakeTempFolder(const char* tag);
+
 // Runs `argv` and blocks until it ends: the exit status, or -1. For programs that end by
 // themselves at once.
 int RunAndWait(const std::vector<std::string>& argv);

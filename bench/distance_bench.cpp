@@ -1,13 +1,19 @@
 // One dispensation at a regional network's distance: velmora-sim's --rtt relay holds each
 // direction's bytes for half the round-trip time, plain and TLS, beside the floor measured
 // through the same relay in the same run (a curl-linked program: one connection, one POST of
-// the envelope executor.exe sent).
+// the envelope executor.exe sent, trust looked up as executor.exe looks it up). TLS is trusted
+// through the system's store, as most pharmacies have it, and at 0 ms through a one-certificate
+// CAFile too.
+#include <curl/curl.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
 #include <stdlib.h>
 #include <sys/resource.h>
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -17,6 +23,7 @@
 #include "bench_support.h"
 #include "dispensation_bench.h"
 #include "summary.h"
+#include "velmora/core.h"
 
 namespace velmora::bench {
 
@@ -42,21 +49,73 @@ class SavedEnvironment {
   std::vector<std::pair<std::string, std::string>> saved_;
 };
 
-std::string Key(int rtt, bool tls, const char* what) {
-  return "distance_" + std::to_string(rtt) + (tls ? "_tls_" : "_plain_") + what;
+// How the service is reached: plain http, TLS trusted through a one-certificate CAFile, or TLS
+// trusted through the system's store (CAFile empty).
+enum Trust { kPlain = 0, kCaFile = 1, kSystem = 2 };
+
+std::string Key(int rtt, int trust, const char* what) {
+  static const char* const kNames[] = {"_plain_", "_tls_", "_tlssys_"};
+  return "distance_" + std::to_string(rtt) + kNames[trust] + what;
 }
 
-// state.range(0): round-trip time in ms; state.range(1): 1 for TLS.
+// The system's store as every executor meets it, with the simulator's certificate added the way
+// a certificate authority is installed there: every entry of the system's hashed directory
+// linked into a folder of our own, plus the certificate under its subject's hash. SSL_CERT_DIR
+// names it, for executor.exe and the floor alike. Empty when the system has no such directory.
+class SystemStoreWith {
+ public:
+  explicit SystemStoreWith(const std::string& cert) {
+    CURL* curl = curl_easy_init();
+    char* built = nullptr;
+    curl_easy_getinfo(curl, CURLINFO_CAPATH, &built);
+    const std::string system = built ? built : "";
+    curl_easy_cleanup(curl);
+    if (system.empty()) return;
+    folder_ = MakeTempFolder("velmora-bench-certs");
+    for (const auto& entry : std::filesystem::directory_iterator(system))
+      std::filesystem::create_symlink(entry.path(), folder_ + entry.path().filename().string());
+    FILE* pem = fopen(cert.c_str(), "r");
+    X509* x509 = pem ? PEM_read_X509(pem, nullptr, nullptr, nullptr) : nullptr;
+    if (pem) fclose(pem);
+    if (!x509) return;
+    char name[16];
+    snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(x509));
+    X509_free(x509);
+    std::filesystem::copy_file(cert, folder_ + name, std::filesystem::copy_options::overwrite_existing);
+    setenv("SSL_CERT_DIR", folder_.c_str(), 1);
+  }
+  ~SystemStoreWith() {
+    if (folder_.empty()) return;
+    unsetenv("SSL_CERT_DIR");
+    std::error_code ec;
+    std::filesystem::remove_all(folder_, ec);
+  }
+  const std::string& Folder() const { return folder_; }
+
+ private:
+  std::string folder_;
+};
+
+// state.range(0): round-trip time in ms; state.range(1): a Trust.
 void BM_DispensationAtDistance(benchmark::State& state) {
   const int rtt = static_cast<int>(state.range(0));
-  const bool tls = state.range(1) != 0;
-  const std::string cert = std::string(VELMORA_BENCH_SOURCE_DIR) + "/tests/executor/data/sim-cert.pem";
-  const std::string key = std::string(VELMORA_BENCH_SOURCE_DIR) + "/tests/executor/data/sim-key.pem";
+  const int trust = static_cast<int>(state.range(1));
+  const bool tls = trust != kPlain;
+  const std::string cert = std::string(VELMORA_BENCH_SOURCE_DIR) + "/tests/support/data/sim-cert.pem";
+  const std::string key = std::string(VELMORA_BENCH_SOURCE_DIR) + "/tests/support/data/sim-key.pem";
   std::vector<std::string> args = {"--rtt", std::to_string(rtt)};
   if (tls) args.insert(args.end(), {"--tls-cert", cert, "--tls-key", key});
   SavedEnvironment environment;
+  std::optional<SystemStoreWith> store;
+  if (trust == kSystem) {
+    store.emplace(cert);
+    if (store->Folder().empty()) {
+      state.SkipWithError("libcurl names no hashed certificate directory here");
+      return;
+    }
+  }
   Simulator sim(args);
-  Home home(sim.WsdlUrl(), tls ? cert : "");
+  Home home(sim.WsdlUrl(), trust == kCaFile ? cert : "");
   CInterface iface;
   int n = 0;
   auto dispense = [&] {
@@ -77,7 +136,7 @@ void BM_DispensationAtDistance(benchmark::State& state) {
   std::vector<std::string> floor = {VELMORA_BENCH_FLOOR, sim.BaseUrl() + Simulator::Field(record, "path"),
                                     Simulator::Field(record, "soapAction"), Simulator::Field(record, "contentType"),
                                     bodyFile};
-  if (tls) floor.push_back(cert);
+  if (trust != kPlain) floor.push_back(trust == kCaFile ? cert : store->Folder());
 
   // Interleaved, so that the shared machine's load weighs on both alike.
   // CPU as well as wall time: on a busy shared machine every CPU millisecond costs several on
@@ -107,22 +166,50 @@ void BM_DispensationAtDistance(benchmark::State& state) {
   }
   int resumed = 0;
   for (const auto& line : sim.Records()) resumed += Simulator::Field(line, "tlsResumed") == "yes";
-  Put(Key(rtt, tls, "resumed"), resumed);
-  Put(Key(rtt, tls, "posts"), static_cast<double>(sim.Records().size()));
-  Put(Key(rtt, tls, "host_cpu_ms"), Median(hostCpu));
-  Put(Key(rtt, tls, "executor_cpu_ms"), Median(executorCpu));
-  Put(Key(rtt, tls, "floor_cpu_ms"), Median(floorCpu));
-  Put(Key(rtt, tls, "ms"), Median(kept));
-  Put(Key(rtt, tls, "fetched_ms"), Median(fetched));
-  Put(Key(rtt, tls, "floor_ms"), Median(floors));
-  state.counters["median_ms"] = Get(Key(rtt, tls, "ms"));
-  state.counters["floor_ms"] = Get(Key(rtt, tls, "floor_ms"));
+  Put(Key(rtt, trust, "resumed"), resumed);
+  Put(Key(rtt, trust, "posts"), static_cast<double>(sim.Records().size()));
+  Put(Key(rtt, trust, "host_cpu_ms"), Median(hostCpu));
+  Put(Key(rtt, trust, "executor_cpu_ms"), Median(executorCpu));
+  Put(Key(rtt, trust, "floor_cpu_ms"), Median(floorCpu));
+  Put(Key(rtt, trust, "ms"), Median(kept));
+  Put(Key(rtt, trust, "fetched_ms"), Median(fetched));
+  Put(Key(rtt, trust, "floor_ms"), Median(floors));
+  state.counters["median_ms"] = Get(Key(rtt, trust, "ms"));
+  state.counters["floor_ms"] = Get(Key(rtt, trust, "floor_ms"));
 }
 BENCHMARK(BM_DispensationAtDistance)
-    ->ArgsProduct({{0, 20, 80}, {0, 1}})
+    ->ArgsProduct({{0, 20, 80}, {kPlain, kSystem}})
+    ->Args({0, kCaFile})
     ->Iterations(12)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+
+// What executor.exe spends on durability after the answer has come: two keys of velmora.ini
+// written the library's way (each a data sync of the new file and a sync of its folder, four in
+// all), in a runtime folder on the same disk as the dispensations'.
+void BM_AnswerFsyncs(benchmark::State& state) {
+  SavedEnvironment environment;
+  Home home("http://127.0.0.1:9/dispensacion?wsdl");
+  const std::string ini = home.Root() + "velmora.ini";
+  std::vector<double> samples;
+  int n = 0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    bool ok = WritePrivateProfileStringEx(ini, "Bench", "Primera", std::to_string(++n));
+    ok = WritePrivateProfileStringEx(ini, "Bench", "Segunda", std::to_string(n)) && ok;
+    const double ms = Ms(Clock::now() - start);
+    if (!ok) {
+      state.SkipWithError("velmora.ini could not be written");
+      return;
+    }
+    state.SetIterationTime(ms / 1000.0);
+    samples.push_back(ms);
+  }
+  Put("answer_fsyncs_ms", Median(samples));
+  Put("answer_fsyncs_count", 4);
+  state.counters["median_ms"] = Get("answer_fsyncs_ms");
+}
+BENCHMARK(BM_AnswerFsyncs)->Iterations(40)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

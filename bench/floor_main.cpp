@@ -1,9 +1,12 @@
 // The floor of a dispensation at any distance: a separate program, linked with libcurl, that
 // makes one connection (TLS when the address is https) and one POST of the envelope, then ends.
-//   velmora_bench_floor URL SOAPACTION CONTENT-TYPE BODY-FILE [CA-FILE]
+//   velmora_bench_floor URL SOAPACTION CONTENT-TYPE BODY-FILE [CA-FILE | HASHED-CA-FOLDER]
+// Trust is looked up as executor.exe looks it up: a folder alone (the bundle not parsed), or a
+// file beside libcurl's own folder.
 // Exit 0 when the service answered 200.
 #include <curl/curl.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -30,7 +33,12 @@ int main(int argc, char** argv) {
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Discard);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_TCP_NODELAY, 1L);  // libcurl's default too; said so it stays
-  if (argc > 5) curl_easy_setopt(curl, CURLOPT_CAINFO, argv[5]);
+  if (argc > 5 && std::filesystem::is_directory(argv[5])) {
+    curl_easy_setopt(curl, CURLOPT_CAPATH, argv[5]);
+    curl_easy_setopt(curl, CURLOPT_CAINFO, nullptr);
+  } else if (argc > 5) {
+    curl_easy_setopt(curl, CURLOPT_CAINFO, argv[5]);
+  }
   long status = 0;
   if (curl_easy_perform(curl) == CURLE_OK) curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
   curl_slist_free_all(headers);
