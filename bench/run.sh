@@ -52,13 +52,24 @@ load="$(cut -d' ' -f1-3 /proc/loadavg)"
   connection after its exchange (kept to show what that cost).
 - At a distance: `velmora-sim --rtt R` (a relay holding each direction's bytes R/2 ms, TLS
   handshakes included, a new connection idle for its first R ms as its TCP handshake would
-  cost), plain and TLS (the test certificate, TLS 1.3 negotiated). Each of 12 rounds takes one
-  dispensation with the description kept in the runtime folder (the figure), one run of
-  `velmora_bench_floor` (the anchor: a program of its own linked with libcurl, one connection,
-  one POST of the envelope executor.exe sent, certificate verified, through the same relay), and
-  one dispensation after `velmora.wsdl.cache` was removed (what every dispensation paid before:
+  cost), plain and TLS (the test certificate, TLS 1.3 negotiated; the simulator and the relay
+  set `TCP_NODELAY`, so no answer waits for a delayed acknowledgement). TLS is trusted through
+  the system's store (`CAFile` empty; `SSL_CERT_DIR` names a folder linking every entry of the
+  system's hashed directory plus the test certificate under its hash), and at 0 ms also
+  through a one-certificate `CAFile`. Each of 12 rounds takes one dispensation with the
+  description kept in the runtime folder (the figure), one run of `velmora_bench_floor` (the
+  anchor: a program of its own linked with libcurl, one connection, one POST of the envelope
+  executor.exe sent, certificate verified with the same trust, through the same relay: process
+  start-up, the protocol's round trips and the handshake's cryptography, nothing else), and one
+  dispensation after `velmora.wsdl.cache` was removed (what every dispensation paid before:
   the description fetched on a connection of its own). Medians. "TLS resumed" counts the posts
-  on which the simulator saw a resumed session (the floor's never are).
+  on which the simulator saw a resumed session (the floor's never are). At 0 ms the TLS
+  figure's anchor is the plain dispensation of the same run.
+- The fsyncs after the answer: before it hands the answer over, executor.exe writes two keys of
+  `velmora.ini`, each synced to disk with its folder (four syncs); they make the record
+  durable, and they are kept. Measured alone as two `WritePrivateProfileStringEx` calls in a
+  runtime folder under the temporary directory, median of 40; the floor does not pay them, the
+  dispensation does (about 2 ms on a quiet disk, 10-20 ms when other builds keep it busy).
 - Wait: `getrusage(RUSAGE_SELF)` around one call whose answer comes after the time-out
   (`PeticionTimeOut` 5, scenario `slow-6`); beside it, one second of a loop that looks for the
   file on every pass without blocking.
