@@ -232,9 +232,9 @@ TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
 // The refusal of https-to-http is tried from end to end, through executor.exe (tests/e2e).
 // The system's trust is looked up in its hashed directory, not its bundle: the simulator's
 // certificate, absent from the real one, is trusted once a directory named by SSL_CERT_DIR holds
-// it under its subject's hash. Trust is checked at every handshake: after a client that trusted
-// the service, one that does not (CAFile changed) is refused, although the description it finds
-// kept needs one connection.
+// it under its subject's hash, and then still refused under a name it was not made for. Trust is
+// checked at every handshake: after a client that trusted the service, one that does not (CAFile
+// changed) is refused, although the description it finds kept needs one connection.
 TEST(SoapClient, HttpsTrustsTheSystemDirectoryOrTheCaFileAtEveryHandshake) {
   SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
   const std::string kept = ::testing::TempDir() + "velmora-kept.";
@@ -248,11 +248,18 @@ TEST(SoapClient, HttpsTrustsTheSystemDirectoryOrTheCaFileAtEveryHandshake) {
     X509_free(cert);
     std::filesystem::copy_file(DataFile("sim-cert.pem"), hashed + "/" + name);
   }
+  std::string otherName = sim.WsdlUrl();
+  otherName.replace(otherName.find("127.0.0.1"), 9, "localhost");
   const struct {
     const char* certDir;  // SSL_CERT_DIR; null: the system's own
     bool caFile;
+    bool byName;  // the service reached as localhost, a name its certificate does not hold
     bool accepted;
-  } cases[] = {{nullptr, false, false}, {hashed.c_str(), false, true}, {nullptr, true, true}, {nullptr, false, false}};
+  } cases[] = {{nullptr, false, false, false},
+               {hashed.c_str(), false, true, false},
+               {hashed.c_str(), false, false, true},
+               {nullptr, true, false, true},
+               {nullptr, false, false, false}};
   for (const auto& c : cases) {
     if (c.certDir) setenv("SSL_CERT_DIR", c.certDir, 1);
     SoapClient client;
@@ -260,7 +267,7 @@ TEST(SoapClient, HttpsTrustsTheSystemDirectoryOrTheCaFileAtEveryHandshake) {
     if (c.caFile) client.CertificateAuthorityFile(DataFile("sim-cert.pem"));
     std::string error = "no error";
     try {
-      client.mssoapinit(sim.WsdlUrl());
+      client.mssoapinit(c.byName ? otherName : sim.WsdlUrl());
       EXPECT_TRUE(Send(client, RequestBody("sim:accepted")));
     } catch (const Error& e) {
       error = e.Description;
