@@ -108,7 +108,6 @@ HttpTransport::~HttpTransport() {
 
 bool HttpTransport::NothingSent() const { return impl_->nothingSent; }
 
-const TlsFacts& HttpTransport::LastTls() const { return impl_->facts; }
 
 void HttpTransport::Impl::UseCertificate(const ClientCertificateFiles& files, const std::string& source) {
   if (files.certFile.empty()) {

@@ -1,5 +1,7 @@
 #include "soap/soap_client.h"
 
+#include "soap/http_transport.h"
+
 #include <cctype>
 #include <exception>
 #include <string_view>
@@ -83,6 +85,7 @@ std::string ThroughProxy(const ConnectionSettings& settings) {
 }  // namespace
 
 SoapClient::SoapClient() : transport_(std::make_unique<HttpTransport>()) {}
+SoapClient::SoapClient(std::unique_ptr<Transport> transport) : transport_(std::move(transport)) {}
 SoapClient::~SoapClient() = default;
 
 void SoapClient::mssoapinit(const std::string& url) {

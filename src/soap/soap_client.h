@@ -7,7 +7,7 @@
 #include <variant>
 
 #include "soap/description_cache.h"
-#include "soap/http_transport.h"
+#include "soap/transport.h"
 #include "soap/service_description.h"
 #include "xml/xml.h"
 
@@ -21,7 +21,8 @@ using ConnectorValue = std::variant<bool, int32_t, std::string>;
 // Failures raise velmora::Error with kSoapClientError (see soap_error.h).
 class SoapClient {
  public:
-  SoapClient();
+  SoapClient();  // over HttpTransport
+  explicit SoapClient(std::unique_ptr<Transport> transport);
   ~SoapClient();
   SoapClient(const SoapClient&) = delete;
   SoapClient& operator=(const SoapClient&) = delete;
@@ -75,7 +76,7 @@ class SoapClient {
   bool fromCache_ = false;
   DescriptionCache cache_{""};
   bool initialised_ = false;
-  std::unique_ptr<HttpTransport> transport_;
+  std::unique_ptr<Transport> transport_;
 };
 
 }  // namespace velmora::soap
