@@ -13,6 +13,7 @@ build="$here/build/test"
 cmake -S "$here" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_WERROR=ON -DVELMORA_SANITIZE=ON >/dev/null
 cmake --build "$build" -j"$jobs"
 (cd "$build" && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  LSAN_OPTIONS="suppressions=$here/tests/support/lsan.supp" \
   ctest --output-on-failure -j"$jobs" --timeout 300)
 
 # The Debian package as an integrator uses it: C and Python hosts against velmora-sim.
