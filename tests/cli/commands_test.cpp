@@ -191,12 +191,13 @@ TEST(Cli, StatusMakesTheServiceHandshakeWithTheClientCertificate) {
   using velmora::testing::TlsServer;
   TestCa ca;
   const TestCa::Issued server = ca.Issue("servicio"), client = ca.Issue("farmacia"), other = ca.Issue("otra"),
-                       locked = ca.Issue("farmacia-cifrada", 365, kKeyPassword), clientSoon = ca.Issue("farmacia-10d", 10);
+                       locked = ca.Issue("farmacia-cifrada", 365, kKeyPassword), clientSoon = ca.Issue("farmacia-10d", 10),
+                       clientGone = ca.Issue("farmacia-caducada", -1);
   const std::string p12 = ca.Pkcs12(client, kKeyPassword), p12Plain = ca.Pkcs12(client, "");
   const std::string weak = ca.Folder() + "weak.cnf";
   std::ofstream(weak) << "openssl_conf = c\n[c]\nssl_conf = s\n[s]\nsystem_default = d\n[d]\n"
                          "MinProtocol = TLSv1\nCipherString = DEFAULT@SECLEVEL=0\n";
-  TlsServer mtls(server, ca.CaFile()), plain(server), expiring(ca.Issue("servicio-10d", 10)),
+  TlsServer mtls(server, ca.CaFile()), plain(server), expiring(ca.Issue("servicio-10d", 10)), expired(ca.Issue("servicio-caducado", -1)),
       old(server, {}, {"-tls1_1", "-cipher", "DEFAULT@SECLEVEL=0"}, {"OPENSSL_CONF=" + weak});
   velmora::testing::ClosingProxy proxy("farmacia", kProxyPassword);
   const std::string trust = "CAFile=" + ca.CaFile() + "\r\n", pass = std::string("KeyPassword=") + kKeyPassword + "\r\n";
@@ -220,6 +221,9 @@ TEST(Cli, StatusMakesTheServiceHandshakeWithTheClientCertificate) {
       {"unreadable certificate", mtls, trust + "CertFile=/nonexistent/c.pem\r\n", false, "[Proxy] CertFile: no se puede leer el archivo /nonexistent/c.pem"},
       {"server expires in 10 days", expiring, trust, false, "WARN  service TLS: TLSv1.3, server \"CN=servicio-10d\""},
       {"client expires in 10 days", mtls, pem(clientSoon), false, "; client certificate expires in 9 days"},
+      {"client expired yesterday", mtls, pem(clientGone), false, "; client certificate has expired"},
+      {"server expired yesterday", expired, trust, false,
+       "FAIL  service TLS: Error de conexión: " + expired.Url("index.html") + ": SSL certificate problem: certificate has expired (curl 60)"},
       {"TLS 1.1 only, weakened policy", old, trust, true, "FAIL  service TLS: Error de conexión"},
       {"TLS 1.3, weakened policy", plain, trust, true, "PASS  service TLS: TLSv1.3"},
       {"proxy closing after 407", mtls, pem(locked) + pass + "UtilizarProxy=1\r\nUsarProxy=1\r\nServidor=127.0.0.1\r\nPuerto=" +

@@ -1,5 +1,7 @@
 #include "support/tls_fixture.h"
 
+#include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -32,6 +34,12 @@ TestCa::TestCa() : folder_(MakeTempFolder("velmora-ca")) {
                                    folder_ + "ca.key", "-out", folder_ + "ca.pem"};
   args.insert(args.end(), kNewKey.begin(), kNewKey.end());
   Openssl(args);
+  // `openssl ca`, the one command that signs with dates of its choosing (past ones too), wants a
+  // database and a policy.
+  std::ofstream(folder_ + "index.txt");
+  std::ofstream(folder_ + "ca.cnf") << "[ca]\ndefault_ca = d\n[d]\ndatabase = " << folder_ << "index.txt\nrand_serial = yes\n"
+                                    << "default_md = sha256\npolicy = p\ncopy_extensions = copy\nunique_subject = no\n"
+                                    << "[p]\ncommonName = supplied\n";
 }
 
 TestCa::~TestCa() {
@@ -41,12 +49,22 @@ TestCa::~TestCa() {
 
 TestCa::Issued TestCa::Issue(const std::string& name, int days, const std::string& keyPassword) const {
   const std::string base = folder_ + name;
-  std::vector<std::string> args = {"req", "-x509", "-CA", folder_ + "ca.pem", "-CAkey", folder_ + "ca.key",
-                                   "-days", std::to_string(days), "-subj", "/CN=" + name,
-                                   "-addext", "subjectAltName=IP:127.0.0.1,DNS:localhost",
-                                   "-keyout", base + ".key", "-out", base + ".pem"};
+  std::vector<std::string> args = {"req", "-new", "-subj", "/CN=" + name, "-addext",
+                                   "subjectAltName=IP:127.0.0.1,DNS:localhost", "-keyout", base + ".key", "-out", base + ".csr"};
   args.insert(args.end(), kNewKey.begin(), kNewKey.end());
   Openssl(args);
+  // A minute short of whole days: the days left that status counts do not hang on when the second turns.
+  auto date = [](int64_t seconds) {
+    const std::time_t t = std::time(nullptr) + seconds;
+    std::tm tm{};
+    char text[16];
+    std::strftime(text, sizeof text, "%y%m%d%H%M%SZ", gmtime_r(&t, &tm));
+    return std::string(text);
+  };
+  const int64_t end = days * int64_t{86400} - 60;
+  Openssl({"ca", "-batch", "-notext", "-config", folder_ + "ca.cnf", "-cert", folder_ + "ca.pem", "-keyfile", folder_ + "ca.key",
+           "-outdir", folder_, "-startdate", date(std::min<int64_t>(end, 0) - 365 * 86400), "-enddate", date(end),
+           "-in", base + ".csr", "-out", base + ".pem"});
   Issued issued{base + ".pem", base + ".key"};
   if (!keyPassword.empty()) {
     Openssl({"pkey", "-in", issued.key, "-aes256", "-passout", "pass:" + keyPassword, "-out", base + ".enc.key"});

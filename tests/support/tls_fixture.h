@@ -19,8 +19,9 @@ class TestCa {
   struct Issued {
     std::string cert, key;  // PEM files
   };
-  // A certificate for `name` valid `days` days (a server's names 127.0.0.1 and localhost),
-  // signed by this CA; a non-empty `keyPassword` encrypts the key.
+  // A certificate for `name` (a server's names 127.0.0.1 and localhost) signed by this CA, valid
+  // until a minute short of `days` days from now: `days` <= 0, one that has expired. A non-empty
+  // `keyPassword` encrypts the key.
   Issued Issue(const std::string& name, int days = 365, const std::string& keyPassword = {}) const;
   // `issued` with this CA as a PKCS#12 file; an empty `password`: neither encrypted nor MACed.
   std::string Pkcs12(const Issued& issued, const std::string& password) const;
