@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "errors/catalogue.h"
 #include "soap/soap_error.h"
 #include "soap/trust_store.h"
 #include "velmora/error.h"
@@ -83,7 +84,7 @@ struct HttpTransport::Impl {
     if (!easy) easy = curl_easy_init();
     if (!share && (share = curl_share_init()) != nullptr)
       curl_share_setopt(share, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
-    if (!easy) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
+    if (!easy) RaiseSoapError(SoapFailure::Transport, source, errors::Text("soap.curl_init"));
     return easy;
   }
 
@@ -232,15 +233,15 @@ HttpReply Perform(CURL* curl, char* errorBuffer, bool& nothingSent, bool& proxyR
   if (proxyRefused) RaiseSoapError(SoapFailure::ProxyAuth, source, url);
   if (code != CURLE_OK) {
     std::string text = errorBuffer[0] ? errorBuffer : curl_easy_strerror(code);
-    text = url + ": " + text + " (curl " + std::to_string(static_cast<int>(code)) + ")";
+    text = errors::Text("soap.curl_failed", {url, text, std::to_string(static_cast<int>(code))});
     // An https address is always supported, so only a redirect can lead to this.
     char* refused = nullptr;
     if (code == CURLE_UNSUPPORTED_PROTOCOL && IsHttps(url)) {
       curl_easy_getinfo(curl, CURLINFO_EFFECTIVE_URL, &refused);
-      RaiseSoapError(SoapFailure::Downgrade, source, url + " redirige a " + (refused ? refused : "http"));
+      RaiseSoapError(SoapFailure::Downgrade, source, errors::Text("soap.redirect_downgrade", {url, refused ? refused : "http"}));
     }
     if (code == CURLE_OPERATION_TIMEDOUT)
-      RaiseSoapError(SoapFailure::Timeout, source, std::to_string(timeoutMs) + " ms, " + text);
+      RaiseSoapError(SoapFailure::Timeout, source, errors::Text("soap.timed_out", {std::to_string(timeoutMs), text}));
     RaiseSoapError(SoapFailure::Transport, source, text);
   }
   return reply;
@@ -305,7 +306,7 @@ TlsFacts HttpTransport::Probe(const std::string& url, const ConnectionSettings& 
     CURL* curl = curl_easy_init();
     ~Handle() { curl_easy_cleanup(curl); }
   } probe;
-  if (!probe.curl) RaiseSoapError(SoapFailure::Transport, source, "no se pudo iniciar libcurl");
+  if (!probe.curl) RaiseSoapError(SoapFailure::Transport, source, errors::Text("soap.curl_init"));
   impl_->Apply(probe.curl, false, url, settings, settings.timeoutMs, source);
   impl_->Exchange(probe.curl, url, settings.timeoutMs, source);
   return impl_->facts;

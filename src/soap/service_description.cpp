@@ -2,6 +2,7 @@
 
 #include <pugixml.hpp>
 
+#include "errors/catalogue.h"
 #include "soap/soap_error.h"
 #include "soap/xml_names.h"
 
@@ -40,7 +41,7 @@ std::vector<std::string> PartNames(pugi::xml_node definitions, std::string_view 
                                    std::string_view parameterOrder, std::string_view bodyParts,
                                    const std::string& source) {
   pugi::xml_node message = FindNamed(definitions, "message", messageName);
-  if (!message) Invalid(source, "no se encuentra el mensaje '" + std::string(messageName) + "'");
+  if (!message) Invalid(source, errors::Text("soap.wsdl.no_message", {messageName}));
   std::vector<std::string> parts;
   for (pugi::xml_node p = message.first_child(); p; p = p.next_sibling())
     if (IsElement(p, kWsdlNs, "part")) parts.emplace_back(p.attribute("name").value());
@@ -73,9 +74,9 @@ std::vector<std::string> PartNames(pugi::xml_node definitions, std::string_view 
 ServiceDescription ParseServiceDescription(std::string_view text, const std::string& source) {
   pugi::xml_document doc;
   if (!doc.load_buffer(text.data(), text.size(), pugi::parse_default))
-    Invalid(source, "el documento no es XML bien formado");
+    Invalid(source, errors::Text("soap.wsdl.not_xml"));
   pugi::xml_node definitions = doc.document_element();
-  if (!IsElement(definitions, kWsdlNs, "definitions")) Invalid(source, "falta el elemento wsdl:definitions");
+  if (!IsElement(definitions, kWsdlNs, "definitions")) Invalid(source, errors::Text("soap.wsdl.no_definitions"));
 
   ServiceDescription result;
   result.targetNamespace = definitions.attribute("targetNamespace").value();
@@ -93,18 +94,18 @@ ServiceDescription ParseServiceDescription(std::string_view text, const std::str
       }
     }
   }
-  if (!port) Invalid(source, "ningún servicio tiene un puerto SOAP 1.1");
+  if (!port) Invalid(source, errors::Text("soap.wsdl.no_port"));
   result.portName = port.attribute("name").value();
   result.endpoint = address.attribute("location").value();
-  if (result.endpoint.empty()) Invalid(source, "soap:address sin location");
+  if (result.endpoint.empty()) Invalid(source, errors::Text("soap.wsdl.no_location"));
 
   pugi::xml_node binding = FindNamed(definitions, "binding", port.attribute("binding").value());
-  if (!binding) Invalid(source, "no se encuentra el binding del puerto");
+  if (!binding) Invalid(source, errors::Text("soap.wsdl.no_binding"));
   pugi::xml_node soapBinding = ChildElement(binding, kWsdlSoapNs, "binding");
-  if (!soapBinding) Invalid(source, "el binding no es SOAP 1.1");
+  if (!soapBinding) Invalid(source, errors::Text("soap.wsdl.binding_not_soap"));
   std::string bindingStyle = soapBinding.attribute("style").as_string("document");
   pugi::xml_node portType = FindNamed(definitions, "portType", binding.attribute("type").value());
-  if (!portType) Invalid(source, "no se encuentra el portType del binding");
+  if (!portType) Invalid(source, errors::Text("soap.wsdl.no_port_type"));
 
   for (pugi::xml_node op = binding.first_child(); op; op = op.next_sibling()) {
     if (!IsElement(op, kWsdlNs, "operation")) continue;
@@ -120,7 +121,7 @@ ServiceDescription ParseServiceDescription(std::string_view text, const std::str
         abstract = o;
         break;
       }
-    if (!abstract) Invalid(source, "la operación '" + d.name + "' no está en el portType");
+    if (!abstract) Invalid(source, errors::Text("soap.wsdl.not_in_port_type", {d.name}));
 
     pugi::xml_node inputBody = ChildElement(ChildElement(op, kWsdlNs, "input"), kWsdlSoapNs, "body");
     pugi::xml_node outputBody = ChildElement(ChildElement(op, kWsdlNs, "output"), kWsdlSoapNs, "body");
@@ -131,7 +132,7 @@ ServiceDescription ParseServiceDescription(std::string_view text, const std::str
 
     std::string_view parameterOrder = abstract.attribute("parameterOrder").value();
     pugi::xml_node input = ChildElement(abstract, kWsdlNs, "input");
-    if (!input) Invalid(source, "la operación '" + d.name + "' no tiene mensaje de entrada");
+    if (!input) Invalid(source, errors::Text("soap.wsdl.no_input_message", {d.name}));
     d.inputParts = PartNames(definitions, input.attribute("message").value(), parameterOrder,
                              inputBody.attribute("parts").value(), source);
     if (pugi::xml_node output = ChildElement(abstract, kWsdlNs, "output"))

@@ -6,6 +6,7 @@
 #include <exception>
 #include <string_view>
 
+#include "errors/catalogue.h"
 #include "os/files.h"
 #include "soap/soap_envelope.h"
 #include "soap/soap_error.h"
@@ -55,11 +56,11 @@ int32_t AsInteger(const ConnectorValue& value, const std::string& name) {
   bool any = false;
   for (char c : text) {
     if (c < '0' || c > '9' || result > 214748363)
-      RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", name + " no es un número: " + text);
+      RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", errors::Text("soap.not_a_number", {name, text}));
     result = result * 10 + (c - '0');
     any = true;
   }
-  if (!any) RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", name + " vacío");
+  if (!any) RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", errors::Text("soap.empty_value", {name}));
   return result;
 }
 
@@ -79,7 +80,7 @@ std::string AsText(const ConnectorValue& value) {
 // Said after an HTTP status, because some proxies answer a refused login with a plain 401.
 std::string ThroughProxy(const ConnectionSettings& settings) {
   if (!settings.useProxy || settings.proxyServer.empty()) return {};
-  return " (a través del proxy " + settings.proxyServer + ":" + std::to_string(settings.proxyPort) + ")";
+  return errors::Text("soap.through_proxy", {settings.proxyServer, std::to_string(settings.proxyPort)});
 }
 
 }  // namespace
@@ -96,7 +97,7 @@ void SoapClient::mssoapinit(const std::string& url) {
     // A file costs no round trip, so it is read each time.
     std::string path = StartsWith(url, "file://") ? FileUrlPath(url) : url;
     std::optional<std::string> data = os::ReadWholeFile(path);
-    if (!data) RaiseSoapError(SoapFailure::Description, kInitSource, "no se puede leer " + path);
+    if (!data) RaiseSoapError(SoapFailure::Description, kInitSource, errors::Text("soap.cannot_read", {path}));
     description_ = ParseServiceDescription(*data, kInitSource);
     initialised_ = true;
     return;
@@ -111,7 +112,7 @@ void SoapClient::mssoapinit(const std::string& url) {
   }
   HttpReply reply = transport_->Get(url, settings_, kDescriptionTimeoutMs, kInitSource);
   if (reply.status < 200 || reply.status > 299)
-    RaiseSoapError(SoapFailure::Description, kInitSource, url + ": HTTP " + std::to_string(reply.status) + ThroughProxy(settings_));
+    RaiseSoapError(SoapFailure::Description, kInitSource, errors::Text("soap.description_http", {url, std::to_string(reply.status), ThroughProxy(settings_)}));
   Adopt(std::move(reply.body), false);
   cache_.Store(url, descriptionText_);
 }
@@ -121,7 +122,7 @@ void SoapClient::Adopt(std::string text, bool fromCache) {
   // The request carries the user's password: a service reached over https keeps it on https.
   if (StartsWith(url_, "https://") && !StartsWith(description.endpoint, "https://")) {
     cache_.Forget();
-    RaiseSoapError(SoapFailure::Downgrade, kInitSource, url_ + " indica el punto de acceso " + description.endpoint);
+    RaiseSoapError(SoapFailure::Downgrade, kInitSource, errors::Text("soap.endpoint_not_https", {url_, description.endpoint}));
   }
   description_ = std::move(description);
   descriptionText_ = std::move(text);
@@ -145,13 +146,13 @@ void SoapClient::ConnectorProperty(const std::string& name, const ConnectorValue
   } else if (name == "Timeout") {
     settings_.timeoutMs = AsInteger(value, name);
   } else {
-    RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", "propiedad desconocida '" + name + "'");
+    RaiseSoapError(SoapFailure::Usage, "SoapClient.ConnectorProperty", errors::Text("soap.unknown_property", {name}));
   }
 }
 
 std::optional<XmlNodeList> SoapClient::Call(const std::string& operation, const XmlNodeList& arguments) {
   const std::string source = "SoapClient." + operation;
-  if (!initialised_) RaiseSoapError(SoapFailure::Usage, source, "el cliente no está inicializado (mssoapinit)");
+  if (!initialised_) RaiseSoapError(SoapFailure::Usage, source, errors::Text("soap.not_initialised"));
   bool posted = false;
   try {
     return Exchange(operation, arguments, source, posted);
@@ -179,10 +180,10 @@ std::optional<XmlNodeList> SoapClient::Exchange(const std::string& operation, co
                                                 const std::string& source, bool& posted) {
   auto it = description_.operations.find(operation);
   if (it == description_.operations.end())
-    RaiseSoapError(SoapFailure::Usage, source, "el servicio no tiene la operación '" + operation + "'");
+    RaiseSoapError(SoapFailure::Usage, source, errors::Text("soap.no_operation", {operation}));
   const OperationDescription& op = it->second;
-  if (op.style != "rpc") RaiseSoapError(SoapFailure::Usage, source, "estilo '" + op.style + "' no admitido");
-  if (op.inputParts.empty()) RaiseSoapError(SoapFailure::Usage, source, "la operación no tiene partes de entrada");
+  if (op.style != "rpc") RaiseSoapError(SoapFailure::Usage, source, errors::Text("soap.style_unsupported", {op.style}));
+  if (op.inputParts.empty()) RaiseSoapError(SoapFailure::Usage, source, errors::Text("soap.no_input_parts"));
 
   std::string envelope = BuildRequestEnvelope(op, arguments.Nodes());
   posted = true;
@@ -191,7 +192,7 @@ std::optional<XmlNodeList> SoapClient::Exchange(const std::string& operation, co
     // SOAP over HTTP sends its Faults with status 500; any other error answer is the server's.
     std::string fault;
     if (ReadFault(reply.body, fault)) RaiseSoapError(SoapFailure::Fault, source, fault);
-    RaiseSoapError(SoapFailure::HttpStatus, source, "HTTP " + std::to_string(reply.status) + " de " + description_.endpoint + ThroughProxy(settings_));
+    RaiseSoapError(SoapFailure::HttpStatus, source, errors::Text("soap.call_http", {std::to_string(reply.status), description_.endpoint, ThroughProxy(settings_)}));
   }
   return ReadResponseEnvelope(reply.body, op, source);
 }

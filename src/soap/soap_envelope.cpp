@@ -5,6 +5,7 @@
 #include <set>
 #include <sstream>
 
+#include "errors/catalogue.h"
 #include "soap/soap_error.h"
 #include "soap/xml_names.h"
 
@@ -120,8 +121,8 @@ class Resolver {
   // Copies `from` under `to` with references replaced: the referring element keeps its name and
   // its own attributes, and takes the attributes (but the id) and the children of its target.
   void Copy(pugi::xml_node from, pugi::xml_node to, size_t depth) {
-    if (depth > kMaxResolveDepth) RaiseSoapError(SoapFailure::Malformed, source_, "anidamiento excesivo");
-    if (++copied_ > kMaxResolvedNodes) RaiseSoapError(SoapFailure::Malformed, source_, "demasiados valores referenciados");
+    if (depth > kMaxResolveDepth) RaiseSoapError(SoapFailure::Malformed, source_, errors::Text("soap.envelope.too_deep"));
+    if (++copied_ > kMaxResolvedNodes) RaiseSoapError(SoapFailure::Malformed, source_, errors::Text("soap.envelope.too_many_references"));
     if (from.type() != pugi::node_element) {
       to.append_copy(from);
       return;
@@ -134,12 +135,12 @@ class Resolver {
     if (pugi::xml_attribute href = from.attribute("href")) {
       std::string_view ref = href.value();
       if (ref.empty() || ref[0] != '#')
-        RaiseSoapError(SoapFailure::Malformed, source_, "referencia externa no admitida: " + std::string(ref));
+        RaiseSoapError(SoapFailure::Malformed, source_, errors::Text("soap.envelope.external_reference", {ref}));
       followed = std::string(ref.substr(1));
       auto it = ids_.find(followed);
-      if (it == ids_.end()) RaiseSoapError(SoapFailure::Malformed, source_, "referencia sin destino: " + std::string(ref));
+      if (it == ids_.end()) RaiseSoapError(SoapFailure::Malformed, source_, errors::Text("soap.envelope.dangling_reference", {ref}));
       if (!active_.insert(followed).second)
-        RaiseSoapError(SoapFailure::Malformed, source_, "referencia circular: " + std::string(ref));
+        RaiseSoapError(SoapFailure::Malformed, source_, errors::Text("soap.envelope.circular_reference", {ref}));
       content = it->second;
       for (pugi::xml_attribute a = content.first_attribute(); a; a = a.next_attribute()) {
         std::string_view name = a.name();
@@ -176,16 +177,16 @@ bool ReadFault(std::string_view text, std::string& description) {
 std::optional<XmlNodeList> ReadResponseEnvelope(std::string_view text, const OperationDescription& operation,
                                                 const std::string& source) {
   if (text.size() > xml::kMaxDocumentBytes)
-    RaiseSoapError(SoapFailure::Malformed, source, "respuesta demasiado grande");
+    RaiseSoapError(SoapFailure::Malformed, source, errors::Text("soap.envelope.too_large"));
   pugi::xml_document doc;
   pugi::xml_parse_result parsed = doc.load_buffer(text.data(), text.size(), xml::kParseOptions);
   if (!parsed)
     RaiseSoapError(SoapFailure::Malformed, source,
-                   std::string(parsed.description()) + " (posición " + std::to_string(parsed.offset) + ")");
+                   errors::Text("soap.envelope.not_xml", {parsed.description(), std::to_string(parsed.offset)}));
   pugi::xml_node body = FindBody(doc);
-  if (!body) RaiseSoapError(SoapFailure::Malformed, source, "no es un sobre SOAP 1.1 con Body");
+  if (!body) RaiseSoapError(SoapFailure::Malformed, source, errors::Text("soap.envelope.no_body"));
   pugi::xml_node wrapper = FirstElementChild(body);
-  if (!wrapper) RaiseSoapError(SoapFailure::Malformed, source, "Body vacío");
+  if (!wrapper) RaiseSoapError(SoapFailure::Malformed, source, errors::Text("soap.envelope.empty_body"));
   if (IsElement(wrapper, kEnvelopeNs, "Fault"))
     RaiseSoapError(SoapFailure::Fault, source, FaultDescription(wrapper));
 
