@@ -46,7 +46,7 @@ dpkg-deb -x "$deb" "$root"
 multiarch=$(find "$root/usr/lib" -name velmora.pc -printf '%h\n' | head -n1)
 libdir=${multiarch%/pkgconfig}
 [ -n "$multiarch" ] || fail "no velmora.pc in the package"
-for f in "$libdir/libvelmora.so" "$libdir/libvelmora.so.1" "$libdir/executor.exe" \
+for f in "$libdir/libvelmora.so" "$libdir/libvelmora.so.1" "$libdir/libvelmora-executor.so.1" "$libdir/executor.exe" \
          "$libdir/cmake/velmora/velmoraConfig.cmake" "$root/usr/include/velmora/velmora.h" \
          "$root/usr/include/velmora/version.h" "$root/usr/bin/velmora" "$root/usr/bin/velmora-sim" \
          "$root/usr/share/velmora/velmora.ini" "$root/usr/share/man/man1/velmora.1" \
@@ -55,7 +55,7 @@ for f in "$libdir/libvelmora.so" "$libdir/libvelmora.so.1" "$libdir/executor.exe
   [ -e "$f" ] || fail "not in the package: ${f#"$root"}"
 done
 [ -x "$libdir/executor.exe" ] || fail "executor.exe is not executable"
-if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" "$root/usr/bin/velmora" | grep -E 'R(UN)?PATH' | grep -F "$build" >/dev/null; then  # not -q: with pipefail an early exit fails the pipe
+if readelf -d "$libdir/executor.exe" "$libdir/libvelmora.so" "$libdir/libvelmora-executor.so.1" "$root/usr/bin/velmora" | grep -E 'R(UN)?PATH' | grep -F "$build" >/dev/null; then  # not -q: with pipefail an early exit fails the pipe
   fail "an installed binary still points into the build tree"
 fi
 

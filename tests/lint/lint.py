@@ -39,7 +39,7 @@ ROOMS = {
     "barcode":   ("errors os vbcompat", "modules"),
     "receipt":   ("barcode core messages os pdf vbcompat", ""),
     "capi":      ("core errors interface messages vbcompat", ""),
-    "library":   ("errors executor messages os vbcompat", ""),
+    "library":   ("executor os vbcompat", ""),
 }
 # The room behind each header of include/velmora/; None for the vocabulary every room shares.
 OWNER = {
