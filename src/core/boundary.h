@@ -51,7 +51,7 @@ inline std::string Shown(const std::string& value) { return value; }
 
 // How one method goes through the boundary. Only `trace` is always given.
 template <class R>
-struct MethodSpec {
+struct MethodShape {
   // The name on the IN/OUT lines, and the text after IN.
   const char* trace;
   std::string_view argument = {};
@@ -85,31 +85,31 @@ struct MethodSpec {
 // result, or (taking an R&) fills it as it goes: then a failure returns what it had set, which
 // is how a method whose last step is a host's event reports success with the event's error.
 template <class R, class Body>
-R Method(const MethodSpec<R>& spec, Body&& body) {
-  const char* source = spec.source ? spec.source : spec.trace;
-  R result = spec.onFailure;
+R Method(const MethodShape<R>& how, Body&& body) {
+  const char* source = how.source ? how.source : how.trace;
+  R result = how.onFailure;
   auto run = [&] {
     if constexpr (std::is_invocable_v<Body&, R&>)
       body(result);
     else
       result = body();
   };
-  if (spec.checks) {
+  if (how.checks) {
     // The pair opens and closes inside the handler: a failed body still writes its OUT line
     // (empty) before the error is recorded.
     Recorded(source, [&] {
-      spec.checks();
-      TraceScope trace(spec.trace, spec.argument);
+      how.checks();
+      TraceScope trace(how.trace, how.argument);
       run();
-      if (spec.shown) trace.Result(spec.shown(result));
+      if (how.shown) trace.Result(how.shown(result));
     });
     return result;
   }
-  TraceScope trace(spec.trace, spec.argument);
-  if (spec.admit && !spec.admit()) return result;
+  TraceScope trace(how.trace, how.argument);
+  if (how.admit && !how.admit()) return result;
   Recorded(source, run);
-  if (spec.after) spec.after(result);
-  if (spec.shown) trace.Result(spec.shown(result));
+  if (how.after) how.after(result);
+  if (how.shown) trace.Result(how.shown(result));
   return result;
 }
 

@@ -46,7 +46,7 @@ inline void Fire(const std::function<void()>& event) {
 // `body` with the text of its "claveUsuario" element replaced, for the trace: the password is
 // never written to a plain text file.
 std::string WithoutPassword(std::string body);
-// The same, in the shape a method's trace result takes (core::MethodSpec::shown).
+// The same, in the shape a method's trace result takes (core::MethodShape::shown).
 inline std::string ShownWithoutPassword(const std::string& body) { return WithoutPassword(body); }
 
 // Decimal text of an integer, locale-free.
