@@ -26,9 +26,8 @@ std::string Ini(const std::string& wsdl, const Keys& proxy = {{"UtilizarProxy", 
   ini.replace(ini.find("http://127.0.0.1:1/dispensacion?wsdl"), 37, wsdl);
   std::string section = "[Proxy]\r\n";
   for (const auto& [k, v] : proxy) section += k + "=" + v + "\r\n";
-  size_t at = ini.find("[Proxy]");
-  size_t end = ini.find("[", at + 1);
-  return ini.replace(at, end - at, section);
+  const size_t at = ini.find("[Proxy]");
+  return ini.replace(at, ini.find("[", at + 1) - at, section);
 }
 
 std::string SingleBody(const std::string& codigo) {
@@ -54,15 +53,12 @@ int RunExecutor(const std::vector<std::string>& args) {
 
 struct Outcome {
   int exitCode;
-  std::string log;
-  std::string audit;
+  std::string log, audit;
 };
 
 Outcome Exchange(RuntimeFolder& folder, const std::string& id, const std::string& body, bool batch = false) {
   folder.Write("Enviados/" + id + ".xml", body);
-  std::vector<std::string> args = {"IDPres=" + id};
-  if (batch) args.push_back("MD");
-  int code = RunExecutor(args);
+  const int code = RunExecutor(batch ? std::vector<std::string>{"IDPres=" + id, "MD"} : std::vector<std::string>{"IDPres=" + id});
   return {code, folder.Read("velmora.log"), folder.Read("Auditoria/audit.log")};
 }
 
@@ -74,9 +70,7 @@ Keys ProxyOn(const std::string& usar, const std::string& port, const std::string
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-std::string Counter(RuntimeFolder& folder, const char* key) {
-  return ini::ReadProfileString(folder.Path("velmora.ini"), "MensajeSOAP", key);
-}
+std::string Counter(RuntimeFolder& f, const char* key) { return ini::ReadProfileString(f.Path("velmora.ini"), "MensajeSOAP", key); }
 
 // The element texts of the saved response, in document order, as "name=text" for leaves.
 std::string Leaves(const std::string& path) {
@@ -93,9 +87,9 @@ TEST(ExecutorProcess, EverySingleScenario) {
   struct Case {
     const char* scenario;
     bool written;
-    const char* fileHas;   // for a written response
-    const char* logHas;    // for a failure
-    const char* received;  // the counter of received messages afterwards
+    // fileHas: in a written response; logHas: in the log of a failure; received: the counter of
+    // received messages afterwards.
+    const char *fileHas, *logHas, *received;
   } cases[] = {
       {"accepted", true, "codigoMotivosRechazo=;SOAP-ENC:string=0000;", nullptr, "1"},
       {"warnings", true, "SOAP-ENC:string=0000;SOAP-ENC:string=1201;", nullptr, "1"},
@@ -163,11 +157,6 @@ TEST(ExecutorProcess, BatchScenariosAndTheBatchTexts) {
     EXPECT_EQ(out.exitCode, 0);
     EXPECT_EQ(Leaves(folder.Path("Recibidos/MD__RX-2.xml")), "ResultResp=0;Respuestas=;");
   }
-  {
-    RuntimeFolder folder(Ini(sim.WsdlUrl()));
-    EXPECT_EQ(RunExecutor({"IDPres=MD__missing", "MD"}), 1);
-    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor.SolicitudDispensaciones:(32009)No se puede cargar el archivo XML*"));
-  }
 }
 
 TEST(ExecutorProcess, LateAnswersEndInRetrasados) {
@@ -187,10 +176,12 @@ TEST(ExecutorProcess, LateAnswersEndInRetrasados) {
 
 TEST(ExecutorProcess, RequestAndConnectionFailures) {
   SimulatorProcess sim;
-  {
+  // A missing request file, single or batch.
+  for (const std::string method : {"SolicitudDispensacion", "SolicitudDispensaciones"}) {
     RuntimeFolder folder(Ini(sim.WsdlUrl()));
-    EXPECT_EQ(RunExecutor({"IDPres=RX-none"}), 1);
-    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor.SolicitudDispensacion:(32009)No se puede cargar el archivo XML*"));
+    EXPECT_EQ(RunExecutor(method == "SolicitudDispensacion" ? std::vector<std::string>{"IDPres=RX-none"}
+                                                            : std::vector<std::string>{"IDPres=MD__missing", "MD"}), 1);
+    EXPECT_TRUE(HasLine(folder.Read("velmora.log"), "CExecutor." + method + ":(32009)No se puede cargar el archivo XML*"));
   }
   {
     RuntimeFolder folder(Ini("http://127.0.0.1:" + std::to_string(UnusedPort()) + "/dispensacion?wsdl"));
@@ -229,19 +220,16 @@ TEST(ExecutorProcess, ThroughTheConfiguredProxy) {
   ProxyProcess proxy("farmacia", "s3creta");
   if (proxy.Port() == 0) GTEST_SKIP() << "tinyproxy is not installed";
   const std::string port = std::to_string(proxy.Port());
-  {
-    RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("1", port, "farmacia", "s3creta", "5000")));
-    Outcome out = Exchange(folder, "RX-proxy", SingleBody("sim:accepted"));
-    EXPECT_EQ(out.exitCode, 0) << out.log;
-    EXPECT_TRUE(Has(SimulatorProcess::Field(sim.Records().back(), "via"), "tinyproxy"));
-  }
-  {
-    RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("1", port, "", "", "5000")));
-    Outcome out = Exchange(folder, "RX-407", SingleBody("sim:accepted"));
-    EXPECT_EQ(out.exitCode, 1);
-    EXPECT_TRUE(HasLine(out.log, "CExecutor.ConectarServicio:(-2147467259)El proxy rechazó las credenciales (HTTP 407): " +
-                                     sim.WsdlUrl()))
-        << out.log;
+  for (const bool credentials : {true, false}) {
+    RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("1", port, credentials ? "farmacia" : "", credentials ? "s3creta" : "", "5000")));
+    Outcome out = Exchange(folder, credentials ? "RX-proxy" : "RX-407", SingleBody("sim:accepted"));
+    EXPECT_EQ(out.exitCode, credentials ? 0 : 1) << out.log;
+    if (credentials) {
+      EXPECT_TRUE(Has(SimulatorProcess::Field(sim.Records().back(), "via"), "tinyproxy"));
+    } else {
+      EXPECT_TRUE(HasLine(out.log, "CExecutor.ConectarServicio:(-2147467259)El proxy rechazó las credenciales (HTTP 407): " +
+                                       sim.WsdlUrl())) << out.log;
+    }
   }
 }
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "soap/soap_client.h"
-#include "soap/soap_envelope.h"
 #include "soap/soap_error.h"
 #include "support/test_support.h"
 #include "velmora/error.h"
@@ -35,8 +34,7 @@ std::string DescriptionAt(const std::string& endpoint) {
 // Answers GETs with the descriptions given, in turn, and POSTs as scripted; records both.
 struct Script {
   std::vector<std::string> descriptions;
-  bool failFirstPost = false;
-  bool nothingSentOnFailure = false;
+  bool failFirstPost = false, nothingSentOnFailure = false;
   std::vector<std::string> gets, posts;
 };
 
@@ -84,9 +82,9 @@ bool Call(Script& script, const std::string& cacheFile) {
 TEST(SoapClientRules, AKeptDescriptionIsRetriedOnlyWhenNothingWasSentAndTheServiceMoved) {
   const struct {
     const char* name;
-    bool kept;         // the first call finds the description kept from an earlier client
-    bool nothingSent;  // the failed post had sent nothing
-    bool moved;        // the description fetched again names another endpoint
+    // kept: the first call finds the description kept from an earlier client; nothingSent: the
+    // failed post had sent nothing; moved: the description fetched again names another endpoint.
+    bool kept, nothingSent, moved;
     std::vector<std::string> posts;
     bool answered;
   } cases[] = {
@@ -98,63 +96,17 @@ TEST(SoapClientRules, AKeptDescriptionIsRetriedOnlyWhenNothingWasSentAndTheServi
   for (const auto& c : cases) {
     const std::string folder = MakeTempFolder("fake-transport");
     const std::string cache = folder + "/velmora.wsdl.cache";
-    Script warm;
-    warm.descriptions = {DescriptionAt("http://old.invalid/d")};
+    Script warm{{DescriptionAt("http://old.invalid/d")}, false, false, {}, {}};
     if (c.kept) {
       ASSERT_TRUE(Call(warm, cache)) << c.name;
     }
-    Script script;
+    Script script{{}, true, c.nothingSent, {}, {}};
     // A kept description is read from the file: the first GET is the one after the failure.
     if (!c.kept) script.descriptions.push_back(DescriptionAt("http://old.invalid/d"));
     script.descriptions.push_back(DescriptionAt(c.moved ? "http://new.invalid/d" : "http://old.invalid/d"));
-    script.failFirstPost = true;
-    script.nothingSentOnFailure = c.nothingSent;
     EXPECT_EQ(Call(script, cache), c.answered) << c.name;
     EXPECT_EQ(script.posts, c.posts) << c.name;
     std::filesystem::remove_all(folder);
-  }
-}
-
-// What the service answers besides a reply: its Fault text, or the HTTP status and endpoint.
-TEST(SoapClientRules, FaultsAndHttpErrorsNameWhatTheServiceSaid) {
-  const struct {
-    long status;
-    std::string body;
-    const char* expected;
-  } cases[] = {
-      {500, Corpus("soap_response/fault.xml"), nullptr},
-      {503, "busy", "HTTP 503 de http://old.invalid/d"},
-  };
-  for (const auto& c : cases) {
-    struct Replying final : soap::Transport {
-      const long status;
-      const std::string body;
-      Replying(long s, std::string b) : status(s), body(std::move(b)) {}
-      HttpReply Get(const std::string&, const ConnectionSettings&, int32_t, const std::string&) override {
-        return {200, DescriptionAt("http://old.invalid/d")};
-      }
-      HttpReply PostSoap(const std::string&, const std::string&, const std::string&, const ConnectionSettings&,
-                         const std::string&) override {
-        return {status, body};
-      }
-      bool NothingSent() const override { return false; }
-      TlsFacts Probe(const std::string&, const ConnectionSettings&, const std::string&) override { return {}; }
-    };
-    soap::SoapClient client(std::make_unique<Replying>(c.status, c.body));
-    client.mssoapinit(kWsdlUrl);
-    xml::Document doc;
-    ASSERT_TRUE(doc.LoadXml("<PeticionDispensacion/>"));
-    std::string fault;
-    const bool isFault = soap::ReadFault(c.body, fault);
-    try {
-      client.Call("SolicitudDispensacion", doc.ChildNodes());
-      ADD_FAILURE() << c.status << " taken as an answer";
-    } catch (const Error& e) {
-      EXPECT_EQ(e.Number, soap::kSoapClientError);
-      const std::string expected = c.expected ? c.expected : fault;
-      EXPECT_NE(e.Description.find(expected), std::string::npos) << e.Description;
-      EXPECT_EQ(isFault, c.expected == nullptr) << c.status;
-    }
   }
 }
 

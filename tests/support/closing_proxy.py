@@ -1,5 +1,5 @@
 """A CONNECT proxy for tests: 407 and close (no Connection: close) unless Basic credentials match."""
-import base64, socket, sys, threading
+import base64, contextlib, socket, sys, threading
 
 port, user, password, record = int(sys.argv[1]), sys.argv[2], sys.argv[3], sys.argv[4]
 expected = "Basic " + base64.b64encode(f"{user}:{password}".encode()).decode()
@@ -13,16 +13,13 @@ def note(line):
 
 def pump(a, b):
     try:
-        while data := a.recv(65536):
-            b.sendall(data)
-    except OSError:
-        pass
+        with contextlib.suppress(OSError):
+            while data := a.recv(65536):
+                b.sendall(data)
     finally:
         for s in (a, b):
-            try:
+            with contextlib.suppress(OSError):
                 s.shutdown(socket.SHUT_RDWR)
-            except OSError:
-                pass
 
 
 def serve(conn):

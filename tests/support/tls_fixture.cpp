@@ -20,6 +20,11 @@ const std::vector<std::string> kNewKey = {"-newkey", "ec", "-pkeyopt", "ec_param
 
 bool StartedOn(int port) { return WaitFor([&] { return Connects(port); }, std::chrono::seconds(10)); }
 
+void RemoveFolder(const std::string& folder) {
+  std::error_code ec;
+  fs::remove_all(folder, ec);
+}
+
 }  // namespace
 
 void TestCa::Openssl(const std::vector<std::string>& args) const {
@@ -42,10 +47,7 @@ TestCa::TestCa() : folder_(MakeTempFolder("velmora-ca")) {
                                     << "[p]\ncommonName = supplied\n";
 }
 
-TestCa::~TestCa() {
-  std::error_code ec;
-  fs::remove_all(folder_, ec);
-}
+TestCa::~TestCa() { RemoveFolder(folder_); }
 
 TestCa::Issued TestCa::Issue(const std::string& name, int days, const std::string& keyPassword) const {
   const std::string base = folder_ + name;
@@ -101,8 +103,7 @@ TlsServer::TlsServer(const TestCa::Issued& identity, const std::string& clientCa
 
 TlsServer::~TlsServer() {
   process_.Stop();
-  std::error_code ec;
-  fs::remove_all(folder_, ec);
+  RemoveFolder(folder_);
 }
 
 ClosingProxy::ClosingProxy(const std::string& user, const std::string& password)
@@ -115,8 +116,7 @@ ClosingProxy::ClosingProxy(const std::string& user, const std::string& password)
 
 ClosingProxy::~ClosingProxy() {
   process_.Stop();
-  std::error_code ec;
-  fs::remove_all(folder_, ec);
+  RemoveFolder(folder_);
 }
 
 std::vector<std::string> ClosingProxy::Answers() const {
