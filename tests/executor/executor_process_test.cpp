@@ -201,15 +201,12 @@ TEST(ExecutorProcess, RequestAndConnectionFailures) {
 
 TEST(ExecutorProcess, TimeOutOnlyWithTheProxySectionSwitchedOn) {
   SimulatorProcess sim;
-  {
-    // UtilizarProxy=0: no connector property at all, so the short TimeOut is not applied.
-    RuntimeFolder folder(Ini(sim.WsdlUrl(), {{"UtilizarProxy", "0"}, {"TimeOut", "300"}}));
-    EXPECT_EQ(Exchange(folder, "RX-slow0", SingleBody("sim:slow-1")).exitCode, 0);
-  }
-  {
-    RuntimeFolder folder(Ini(sim.WsdlUrl(), ProxyOn("0", "1", "", "", "300")));
-    Outcome out = Exchange(folder, "RX-slow1", SingleBody("sim:slow-1"));
-    EXPECT_EQ(out.exitCode, 1);
+  // UtilizarProxy=0: no connector property at all, so the short TimeOut is not applied.
+  for (const bool on : {false, true}) {
+    RuntimeFolder folder(Ini(sim.WsdlUrl(), on ? ProxyOn("0", "1", "", "", "300") : Keys{{"UtilizarProxy", "0"}, {"TimeOut", "300"}}));
+    Outcome out = Exchange(folder, on ? "RX-slow1" : "RX-slow0", SingleBody("sim:slow-1"));
+    EXPECT_EQ(out.exitCode, on ? 1 : 0) << out.log;
+    if (!on) continue;
     EXPECT_TRUE(HasLine(out.log, "CExecutor.SolicitudDispensacion:(-2147467259)Tiempo de espera agotado: 300 ms*")) << out.log;
     EXPECT_TRUE(fs::is_empty(folder.Path("Recibidos")));
   }

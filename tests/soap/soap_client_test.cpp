@@ -60,15 +60,21 @@ void UseProxy(SoapClient& client, int port, const char* user = "", const char* p
   client.ConnectorProperty("ProxyPassword", std::string(password));
 }
 
-std::string ErrorOf(SoapClient& client, const std::string& operation, const std::string& body) {
+// The description of the client error that `act` raises from `source`.
+template <class Act>
+std::string Raised(const Act& act, const std::string& source) {
   try {
-    Send(client, body, operation);
+    act();
   } catch (const Error& e) {
     EXPECT_EQ(e.Number, soap::kSoapClientError);
-    EXPECT_EQ(e.Source, "SoapClient." + operation);
+    EXPECT_EQ(e.Source, source);
     return e.Description;
   }
   return "no error";
+}
+
+std::string ErrorOf(SoapClient& client, const std::string& operation, const std::string& body) {
+  return Raised([&] { Send(client, body, operation); }, "SoapClient." + operation);
 }
 
 TEST(SoapClient, SendsTheNodeListAsThePartAndReadsTheReturnPart) {
@@ -145,13 +151,8 @@ TEST(SoapClient, EachFailureSaysWhatHappened) {
 TEST(SoapClient, RefusedConnectionAndMissingDescription) {
   SoapClient client;
   std::string port = std::to_string(UnusedPort());
-  try {
-    client.mssoapinit("http://127.0.0.1:" + port + "/dispensacion?wsdl");
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Source, "SoapClient.mssoapinit");
-    EXPECT_NE(e.Description.find("Error de conexión: http://127.0.0.1:" + port), std::string::npos) << e.Description;
-  }
+  const std::string error = Raised([&] { client.mssoapinit("http://127.0.0.1:" + port + "/dispensacion?wsdl"); }, "SoapClient.mssoapinit");
+  EXPECT_NE(error.find("Error de conexión: http://127.0.0.1:" + port), std::string::npos) << error;
   EXPECT_THROW(client.mssoapinit("/nonexistent/service.wsdl"), Error);
   EXPECT_FALSE(client.Initialised());
 }

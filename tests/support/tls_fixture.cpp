@@ -27,18 +27,16 @@ void RemoveFolder(const std::string& folder) {
 
 }  // namespace
 
-void TestCa::Openssl(const std::vector<std::string>& args) const {
-  std::vector<std::string> argv = {"openssl"};
-  argv.insert(argv.end(), args.begin(), args.end());
-  const ProgramResult r = RunProgram(argv);
-  if (r.exitCode != 0) throw std::runtime_error("openssl " + args.at(0) + " failed: " + r.output);
+void TestCa::Openssl(std::vector<std::string> args, bool newKey) const {
+  if (newKey) args.insert(args.end(), kNewKey.begin(), kNewKey.end());
+  args.insert(args.begin(), "openssl");
+  const ProgramResult r = RunProgram(args);
+  if (r.exitCode != 0) throw std::runtime_error("openssl " + args.at(1) + " failed: " + r.output);
 }
 
 TestCa::TestCa() : folder_(MakeTempFolder("velmora-ca")) {
-  std::vector<std::string> args = {"req", "-x509", "-days", "30", "-subj", "/CN=Velmora Test CA", "-keyout",
-                                   folder_ + "ca.key", "-out", folder_ + "ca.pem"};
-  args.insert(args.end(), kNewKey.begin(), kNewKey.end());
-  Openssl(args);
+  Openssl({"req", "-x509", "-days", "30", "-subj", "/CN=Velmora Test CA", "-keyout", folder_ + "ca.key", "-out", folder_ + "ca.pem"},
+          true);
   // `openssl ca`, the one command that signs with dates of its choosing (past ones too), wants a
   // database and a policy.
   std::ofstream(folder_ + "index.txt");
@@ -51,10 +49,9 @@ TestCa::~TestCa() { RemoveFolder(folder_); }
 
 TestCa::Issued TestCa::Issue(const std::string& name, int days, const std::string& keyPassword) const {
   const std::string base = folder_ + name;
-  std::vector<std::string> args = {"req", "-new", "-subj", "/CN=" + name, "-addext",
-                                   "subjectAltName=IP:127.0.0.1,DNS:localhost", "-keyout", base + ".key", "-out", base + ".csr"};
-  args.insert(args.end(), kNewKey.begin(), kNewKey.end());
-  Openssl(args);
+  Openssl({"req", "-new", "-subj", "/CN=" + name, "-addext", "subjectAltName=IP:127.0.0.1,DNS:localhost", "-keyout",
+           base + ".key", "-out", base + ".csr"},
+          true);
   // A minute short of whole days: the days left that status counts do not hang on when the second turns.
   auto date = [](int64_t seconds) {
     const std::time_t t = std::time(nullptr) + seconds;

@@ -29,7 +29,8 @@ class TestCa {
   std::string Folder() const { return folder_; }
 
  private:
-  void Openssl(const std::vector<std::string>& args) const;
+  // `newKey`: the command makes a key of its own too.
+  void Openssl(std::vector<std::string> args, bool newKey = false) const;
   std::string folder_;
 };
 
@@ -42,9 +43,7 @@ class TlsServer {
   explicit TlsServer(const TestCa::Issued& identity, const std::string& clientCa = {},
                      const std::vector<std::string>& extra = {}, const std::vector<std::string>& env = {});
   ~TlsServer();
-  int Port() const { return port_; }
   std::string Url(const std::string& path) const { return "https://127.0.0.1:" + std::to_string(port_) + "/" + path; }
-  std::string Folder() const { return folder_; }
 
  private:
   std::string folder_;
