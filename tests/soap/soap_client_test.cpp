@@ -160,23 +160,17 @@ TEST(SoapClient, RefusedConnectionAndMissingDescription) {
 TEST(SoapClient, DescriptionFromAFileAndEnvironmentProxiesIgnored) {
   SimulatorProcess sim;
   // Saved copy of the WSDL, read through file:// and as a plain path.
-  std::string folder = ::testing::TempDir();
-  std::string path = folder + "velmora-service.wsdl";
-  {
-    ChildProcess curl({"/usr/bin/curl", "-s", "-o", path, sim.WsdlUrl()});
-    ASSERT_EQ(curl.Wait(10000), 0);
-  }
+  const std::string path = ::testing::TempDir() + "velmora-service.wsdl";
+  ASSERT_EQ(ChildProcess({"/usr/bin/curl", "-s", "-o", path, sim.WsdlUrl()}).Wait(10000), 0);
   // A proxy in the environment that leads nowhere: the client must not use it.
-  std::string dead = "http://127.0.0.1:" + std::to_string(UnusedPort());
-  setenv("http_proxy", dead.c_str(), 1);
-  setenv("HTTP_PROXY", dead.c_str(), 1);
+  const std::string dead = "http://127.0.0.1:" + std::to_string(UnusedPort());
+  for (const char* name : {"http_proxy", "HTTP_PROXY"}) setenv(name, dead.c_str(), 1);
   for (const std::string& url : {"file://" + path, path}) {
     SoapClient client;
     client.mssoapinit(url);
     EXPECT_TRUE(Send(client, RequestBody("sim:accepted"))) << url;
   }
-  unsetenv("http_proxy");
-  unsetenv("HTTP_PROXY");
+  for (const char* name : {"http_proxy", "HTTP_PROXY"}) unsetenv(name);
 }
 
 TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
@@ -208,12 +202,11 @@ TEST(SoapClient, ThroughAnHttpProxyWithAndWithoutCredentials) {
   }
 }
 
-// The refusal of https-to-http is tried from end to end, through executor.exe (tests/e2e).
-// The system's trust is looked up in its hashed directory, not its bundle: the simulator's
-// certificate, absent from the real one, is trusted once a directory named by SSL_CERT_DIR holds
-// it under its subject's hash, and then still refused under a name it was not made for. Trust is
-// checked at every handshake: after a client that trusted the service, one that does not (CAFile
-// changed) is refused, although the description it finds kept needs one connection.
+// The refusal of https-to-http is tried end to end, through executor.exe (tests/e2e). Trust is
+// looked up in the system's hashed directory, not its bundle: the simulator's certificate is
+// trusted once SSL_CERT_DIR holds it under its subject's hash, yet refused under a name it was not
+// made for; and checked at every handshake, so a client whose CAFile no longer trusts the service
+// is refused although the description it finds kept needs one connection.
 TEST(SoapClient, HttpsTrustsTheSystemDirectoryOrTheCaFileAtEveryHandshake) {
   SimulatorProcess sim({"--tls-cert", DataFile("sim-cert.pem"), "--tls-key", DataFile("sim-key.pem")});
   const std::string kept = ::testing::TempDir() + "velmora-kept.";

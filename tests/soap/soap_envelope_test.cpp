@@ -14,12 +14,10 @@ namespace {
 
 using soap::OperationDescription;
 
-const char* kEnvelopeOpen =
-    "<e:Envelope xmlns:e='http://schemas.xmlsoap.org/soap/envelope/' "
-    "xmlns:enc='http://schemas.xmlsoap.org/soap/encoding/' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>"
-    "<e:Body>";
-
-std::string Envelope(const std::string& body) { return kEnvelopeOpen + body + "</e:Body></e:Envelope>"; }
+std::string Envelope(const std::string& body) {
+  return "<e:Envelope xmlns:e='http://schemas.xmlsoap.org/soap/envelope/' xmlns:enc='http://schemas.xmlsoap.org/soap/encoding/' "
+         "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'><e:Body>" + body + "</e:Body></e:Envelope>";
+}
 
 OperationDescription Operation() {
   return {.name = "SolicitudDispensacion", .soapAction = {}, .style = "rpc", .use = {},

@@ -45,10 +45,7 @@ def serve(conn):
     pump(conn, upstream)
 
 
-listener = socket.socket()
-listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-listener.bind(("127.0.0.1", port))
-listener.listen(16)
+listener = socket.create_server(("127.0.0.1", port), backlog=16)  # SO_REUSEADDR, as on every POSIX system
 while True:
     c, _ = listener.accept()
     threading.Thread(target=serve, args=(c,), daemon=True).start()
