@@ -18,9 +18,7 @@ TEST(Auditor, HeaderThenMarksBuildOneRecord) {
   CAuditor auditor;
   auditor.Enable(true);
   EXPECT_EQ(auditor.OutputFileName(), f.folder.Root() + "Auditoria/audit.log");
-  EXPECT_TRUE(auditor.Save("ID1", audHeader));
-  EXPECT_TRUE(auditor.Save("ID1", audMarkPetitionDone));
-  EXPECT_TRUE(auditor.Save("ID1", audMarkMsgSended));
+  for (const int32_t action : {audHeader, audMarkPetitionDone, audMarkMsgSended}) EXPECT_TRUE(auditor.Save("ID1", action));
   EXPECT_TRUE(auditor.Save("ID1", audSetTextResponse, rcvNone, "texto"));
   EXPECT_TRUE(auditor.Save("ID1", 6));  // unknown action: nothing written
   EXPECT_EQ(f.folder.Read("Auditoria/audit.log"),
@@ -67,9 +65,8 @@ TEST(Auditor, EmptyIdentifierIsLoggedUnderSave) {
   auditor.Enable(true);
   EXPECT_FALSE(auditor.Save("", audHeader));
   EXPECT_FALSE(auditor.StoreInDelayed(""));
-  EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CAuditor.Save:(32006)No se encuentra el identificador de la preescripción"));
-  EXPECT_TRUE(f.LogHas(
-      "2024/02/03 09:05:07 CAuditor.StoreInDelayed:(32006)No se encuentra el identificador de la preescripción"));
+  for (const std::string method : {"Save", "StoreInDelayed"})
+    EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 CAuditor." + method + ":(32006)No se encuentra el identificador de la preescripción"));
   const auto& errors = core::ThreadContext().Errors.Errores();
   ASSERT_EQ(errors.Count(), 2u);
   EXPECT_EQ(errors.Item(2)->Source, "CAuditor.Save");

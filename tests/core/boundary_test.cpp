@@ -36,9 +36,7 @@ TEST(MethodBoundary, EachOptionKeepsItsTraceLogAndResult) {
       {"success", [] { return Text(core::Method<bool>({.trace = "C.M", .argument = "a"}, [] { return true; })); },
        "True", {"IN \tC.M\ta\t", "OUT\tC.M\tTrue\t"}, ""},
       {"failure logged under another source",
-       [] {
-         return Text(core::Method<bool>({.trace = "C.M", .source = "C.X"}, [] { Raise(32009, "C.X"); return true; }));
-       },
+       [] { return Text(core::Method<bool>({.trace = "C.M", .source = "C.X"}, [] { Raise(32009, "C.X"); return true; })); },
        "False", {"IN \tC.M\t\t", "OUT\tC.M\tFalse\t"}, "C.X:(32009)No se puede cargar el archivo XML"},
       {"checks refuse before IN",
        [] { return core::Method<S>({.trace = "C.M", .checks = [] { Raise(32009, "C.M"); }}, [] { return S("x"); }); },
@@ -54,9 +52,7 @@ TEST(MethodBoundary, EachOptionKeepsItsTraceLogAndResult) {
        },
        "True", {"IN \tC.M\t\t", "OUT\tC.M\t\t"}, ""},
       {"a filled result stands through a later failure",
-       [] {
-         return Text(core::Method<bool>({.trace = "C.M"}, [](bool& r) { r = true; Raise(32000, "Host.Evento"); }));
-       },
+       [] { return Text(core::Method<bool>({.trace = "C.M"}, [](bool& r) { r = true; Raise(32000, "Host.Evento"); })); },
        "True", {"IN \tC.M\t\t", "OUT\tC.M\tTrue\t"}, "C.M:(32000)"},
       {"nothing shown", [] { return core::Method<S>({.trace = "C.M", .shown = nullptr}, [] { return S("x"); }); },
        "x", {"IN \tC.M\t\t", "OUT\tC.M\t\t"}, ""},

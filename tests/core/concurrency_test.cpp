@@ -22,6 +22,7 @@ namespace velmora {
 namespace {
 
 using testing::ContextFixture;
+namespace fs = std::filesystem;
 
 pid_t StartWorker(const std::vector<std::string>& args) {
   std::vector<char*> argv{const_cast<char*>(VELMORA_CORE_WORKER)};
@@ -32,7 +33,6 @@ pid_t StartWorker(const std::vector<std::string>& args) {
   return pid;
 }
 
-// Waits for the worker with a bound; a hung worker is killed and reported.
 int Finish(pid_t pid) {
   int status = 0;
   if (!testing::WaitFor([&] { return waitpid(pid, &status, WNOHANG) != 0; }, std::chrono::seconds(120)))
@@ -51,8 +51,7 @@ TEST(Concurrency, TwoProcessesCountingLoseNothing) {
   EXPECT_EQ(Finish(b), 0);
   EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "MensajeSOAP", "Enviados"), "1000");
   // The rest of the ini came through the thousand rewrites untouched.
-  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "RespuestaDefecto", "TextoAviso"),
-            "Respuesta interna");
+  EXPECT_EQ(ini::ReadProfileString(f.folder.Path("velmora.ini"), "RespuestaDefecto", "TextoAviso"), "Respuesta interna");
 }
 
 // A record as the workers write it: 0 header, 1 request marked, 2 answer set; its date as "*".
@@ -107,8 +106,7 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
     const auto size = f.folder.Read("Auditoria/audit.log").size();
     const pid_t worker = StartWorker({"both", "1000000", prefix});
     // Once it writes, at a different instant of its writes every round.
-    ASSERT_TRUE(testing::WaitFor([&] { return f.folder.Read("Auditoria/audit.log").size() > size; },
-                                 std::chrono::seconds(20)));
+    ASSERT_TRUE(testing::WaitFor([&] { return f.folder.Read("Auditoria/audit.log").size() > size; }, std::chrono::seconds(20)));
     for (const auto at = std::chrono::steady_clock::now() + std::chrono::microseconds(137 * round % 4000);
          std::chrono::steady_clock::now() < at;) {
     }
@@ -127,27 +125,24 @@ TEST(Concurrency, KilledWriterLosesOnlyWhatItWasWriting) {
   const std::string answer = "<RespuestaPeticion><CodigoAviso>0000</CodigoAviso></RespuestaPeticion>";
   f.folder.Write("Recibidos/.ID1.xml.aB3dE5", answer);
   f.folder.Write("Recibidos/.ID2.xml.aB3dE6", answer.substr(0, 30));
-  for (const char* hand : {"Recibidos/.ID4.fallo", "Recibidos/.ID5.fallo"}) std::filesystem::create_directory(f.folder.Path(hand));
+  for (const char* hand : {"Recibidos/.ID4.fallo", "Recibidos/.ID5.fallo"}) fs::create_directory(f.folder.Path(hand));
   f.folder.Write("Recibidos/.ID4.fallo/causa", "(1) sin nadie que lo espere");
   for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})  // the operator's, not ours
     f.folder.Write(copy, "[Configuracion]\r\n");
-  for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
-    std::filesystem::last_write_time(e.path(), std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
+  for (const auto& e : fs::recursive_directory_iterator(f.folder.Root()))
+    fs::last_write_time(e.path(), fs::file_time_type::clock::now() - std::chrono::minutes(5));
   f.folder.Write("Recibidos/.ID3.xml.aB3dE7", answer);  // a write that may still be going on
   // A failure hand-over of a till killed while it waited; the other's till may be waiting yet.
-  std::filesystem::last_write_time(f.folder.Path("Recibidos/.ID4.fallo"),
-                                   std::filesystem::file_time_type::clock::now() - std::chrono::hours(48));
+  fs::last_write_time(f.folder.Path("Recibidos/.ID4.fallo"), fs::file_time_type::clock::now() - std::chrono::hours(48));
   ASSERT_TRUE(audit::QueueTrailChange(trail, "KEPT", {{"RESPUESTA_GENERADA", "int"}}));  // a lock wait ran out
   core::SweepInterruptedWrites();
   EXPECT_EQ(ini::ReadProfileString(trail, "KEPT", "RESPUESTA_GENERADA"), "int");
   EXPECT_EQ(f.folder.Read("Retrasados/ID1.xml"), answer);
-  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Retrasados/ID2.xml")));
-  EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID3.xml.aB3dE7")));
-  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Recibidos/.ID4.fallo")));
-  EXPECT_TRUE(std::filesystem::remove(f.folder.Path("Recibidos/.ID5.fallo")));
-  for (const char* copy : {".velmora.ini.backup", ".velmora.ini.OLD001"})
-    EXPECT_TRUE(std::filesystem::remove(f.folder.Path(copy)));
-  for (const auto& e : std::filesystem::recursive_directory_iterator(f.folder.Root()))
+  EXPECT_FALSE(fs::exists(f.folder.Path("Retrasados/ID2.xml")));
+  EXPECT_FALSE(fs::exists(f.folder.Path("Recibidos/.ID4.fallo")));
+  for (const char* kept : {"Recibidos/.ID3.xml.aB3dE7", "Recibidos/.ID5.fallo", ".velmora.ini.backup", ".velmora.ini.OLD001"})
+    EXPECT_TRUE(fs::remove(f.folder.Path(kept))) << kept;
+  for (const auto& e : fs::recursive_directory_iterator(f.folder.Root()))
     EXPECT_FALSE(os::IsTemporaryName(e.path().filename().string()) ||
                  e.path().string().find(".journal") != std::string::npos) << e.path();
   EXPECT_EQ(Stages(trail, ids), done);

@@ -57,10 +57,7 @@ TEST(Config, AuditarAndLogSizeConversions) {
 }
 
 TEST(Config, BadValuesFailTheLoadAndAreLogged) {
-  struct Case {
-    std::string ini;
-    const char* line;
-  } cases[] = {
+  const struct { std::string ini; const char* line; } cases[] = {
       {IniWith("Auditar", ""), "CConfig.LoadIni:(13)No coinciden los tipos"},
       {IniWith("GenerarLog", "si"), "CConfig.LoadIni:(13)No coinciden los tipos"},
       {IniWith("PeticionTimeOut", "40000"), "CConfig.LoadIni:(6)Desbordamiento"},
@@ -68,8 +65,7 @@ TEST(Config, BadValuesFailTheLoadAndAreLogged) {
   };
   for (const auto& c : cases) {
     ContextFixture f(c.ini);
-    auto& config = core::ThreadContext().Config;
-    EXPECT_FALSE(config.LoadIni());
+    EXPECT_FALSE(core::ThreadContext().Config.LoadIni());
     EXPECT_TRUE(f.LogHas("2024/02/03 09:05:07 " + std::string(c.line))) << f.Log();
   }
   // Keys after the failing one keep what they held.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "support/context_fixture.h"
 #include "os/attributes.h"
@@ -11,7 +12,6 @@ namespace velmora {
 namespace {
 
 using testing::ContextFixture;
-using testing::RuntimeFolder;
 
 TEST(FileAdmin, PathsHangOffTheRuntimeFolderWithOneSeparator) {
   ContextFixture f;
@@ -78,18 +78,14 @@ TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
 TEST(FileAdmin, LogIsTrimmedAtItsLimitInBytes) {
   ContextFixture f;
   CFileAdmin files;
-  core::ThreadContext().Config.TamanioMaximoLog = 1000;
-  f.folder.Write("velmora.log", std::string(999, 'x'));
-  files.DeleteLogFileIfExcededSize();
-  EXPECT_TRUE(std::filesystem::exists(f.folder.Path("velmora.log")));
-  f.folder.Write("velmora.log", std::string(1000, 'x'));
-  files.DeleteLogFileIfExcededSize();
-  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("velmora.log")));
-  files.DeleteLogFileIfExcededSize();  // nothing to delete is fine
-  core::ThreadContext().Config.TamanioMaximoLog = 0;
-  f.folder.Write("velmora.log", "");
-  files.DeleteLogFileIfExcededSize();
-  EXPECT_FALSE(std::filesystem::exists(f.folder.Path("velmora.log")));
+  const std::tuple<int32_t, size_t, bool> cases[] = {{1000, 999, true}, {1000, 1000, false}, {0, 0, false}};
+  for (const auto& [limit, size, kept] : cases) {
+    core::ThreadContext().Config.TamanioMaximoLog = limit;
+    f.folder.Write("velmora.log", std::string(size, 'x'));
+    files.DeleteLogFileIfExcededSize();
+    EXPECT_EQ(std::filesystem::exists(f.folder.Path("velmora.log")), kept) << size;
+    if (!kept) files.DeleteLogFileIfExcededSize();  // nothing to delete is fine
+  }
 }
 
 }  // namespace

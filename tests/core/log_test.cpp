@@ -13,14 +13,10 @@ TEST(Log, NewFileStartsWithTheFrameThenTheLine) {
   auto& log = core::ThreadContext().MessageLog;
   log.Writeln("primera", true);
   log.Writeln("segunda", false);
-  const auto lines = Lines(f.Log());
-  ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(lines[0], std::string(80, '*'));
-  EXPECT_EQ(lines[1], "Log envío/recepción mensajes con SOAP velmora 1.0\t03/02/2024 9:05:07");
-  EXPECT_EQ(lines[2], std::string(80, '*'));
-  EXPECT_EQ(lines[3], "2024/02/03 09:05:07  Iniciando la clase CInterface");
-  EXPECT_EQ(lines[4], "2024/02/03 09:05:07 primera");
-  EXPECT_EQ(lines[5], "segunda");
+  const std::string frame(80, '*');
+  EXPECT_EQ(Lines(f.Log()), (std::vector<std::string>{frame, "Log envío/recepción mensajes con SOAP velmora 1.0\t03/02/2024 9:05:07",
+                                                       frame, "2024/02/03 09:05:07  Iniciando la clase CInterface",
+                                                       "2024/02/03 09:05:07 primera", "segunda"}));
 }
 
 TEST(Log, FlagsDecideWhatIsWritten) {
@@ -67,9 +63,7 @@ TEST(Errors, ResetLeavesTheNewestItem) {
     for (size_t i = 1; i <= n; ++i) errors.AddError(Error(static_cast<int32_t>(32000 + i), "S", "d"));
     errors.ResetErrorsCollection();
     EXPECT_EQ(errors.Errores().Count(), n == 0 ? 0u : 1u);
-    if (n) {
-      EXPECT_EQ(errors.Errores().Item(1)->Number, static_cast<int32_t>(32000 + n));
-    }
+    if (n) { EXPECT_EQ(errors.Errores().Item(1)->Number, static_cast<int32_t>(32000 + n)); }
   }
 }
 

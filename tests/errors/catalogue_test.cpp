@@ -39,44 +39,28 @@ TEST(Catalogue, MatchesTheReviewedCopy) {
 // Every named number has its text under its own name, and the numbers are the ones hosts and
 // logs have always seen (the font installer's and the SOAP client's are COM HRESULTs).
 TEST(Catalogue, EveryNamedNumberHasItsText) {
-  struct Named {
-    int32_t number;
-    std::string_view key;
-    int64_t expected;
-  };
+  struct Named { int32_t number; std::string_view key; int64_t expected; };
   const Named named[] = {
-      {errnum::kInvalidCall, "INVALID_CALL", 5},
-      {errnum::kOverflow, "OVERFLOW", 6},
-      {errnum::kOutOfMemory, "OUT_OF_MEMORY", 7},
-      {errnum::kSubscriptOutOfRange, "SUBSCRIPT_OUT_OF_RANGE", 9},
-      {errnum::kDivisionByZero, "DIVISION_BY_ZERO", 11},
-      {errnum::kTypeMismatch, "TYPE_MISMATCH", 13},
-      {errnum::kFileNotFound, "FILE_NOT_FOUND", 53},
-      {errnum::kDiskFull, "DISK_FULL", 61},
-      {errnum::kPermissionDenied, "PERMISSION_DENIED", 70},
-      {errnum::kPathAccess, "PATH_ACCESS", 75},
-      {errnum::kPathNotFound, "PATH_NOT_FOUND", 76},
-      {errnum::kDuplicateKey, "DUPLICATE_KEY", 457},
-      {errnum::kInvalidPicture, "INVALID_PICTURE", 481},
-      {errnum::kResponseNotFilled, "RESPONSE_NOT_FILLED", 32000},
-      {errnum::kIniUnreadable, "INI_UNREADABLE", 32001},
-      {errnum::kRequiredFields, "REQUIRED_FIELDS", 32002},
-      {errnum::kRequestXmlInvalid, "REQUEST_XML_INVALID", 32003},
-      {errnum::kInvalidDate, "INVALID_DATE", 32004},
+      {errnum::kInvalidCall, "INVALID_CALL", 5}, {errnum::kOverflow, "OVERFLOW", 6},
+      {errnum::kOutOfMemory, "OUT_OF_MEMORY", 7}, {errnum::kSubscriptOutOfRange, "SUBSCRIPT_OUT_OF_RANGE", 9},
+      {errnum::kDivisionByZero, "DIVISION_BY_ZERO", 11}, {errnum::kTypeMismatch, "TYPE_MISMATCH", 13},
+      {errnum::kFileNotFound, "FILE_NOT_FOUND", 53}, {errnum::kDiskFull, "DISK_FULL", 61},
+      {errnum::kPermissionDenied, "PERMISSION_DENIED", 70}, {errnum::kPathAccess, "PATH_ACCESS", 75},
+      {errnum::kPathNotFound, "PATH_NOT_FOUND", 76}, {errnum::kDuplicateKey, "DUPLICATE_KEY", 457},
+      {errnum::kInvalidPicture, "INVALID_PICTURE", 481}, {errnum::kResponseNotFilled, "RESPONSE_NOT_FILLED", 32000},
+      {errnum::kIniUnreadable, "INI_UNREADABLE", 32001}, {errnum::kRequiredFields, "REQUIRED_FIELDS", 32002},
+      {errnum::kRequestXmlInvalid, "REQUEST_XML_INVALID", 32003}, {errnum::kInvalidDate, "INVALID_DATE", 32004},
       {errnum::kInterfaceNotActive, "INTERFACE_NOT_ACTIVE", 32005},
       {errnum::kNoPrescriptionId, "NO_PRESCRIPTION_ID", 32006},
       {errnum::kRequestNotExported, "REQUEST_NOT_EXPORTED", 32007},
       {errnum::kDispensationNotExported, "DISPENSATION_NOT_EXPORTED", 32008},
-      {errnum::kXmlNotLoaded, "XML_NOT_LOADED", 32009},
-      {errnum::kServiceUnreachable, "SERVICE_UNREACHABLE", 32010},
+      {errnum::kXmlNotLoaded, "XML_NOT_LOADED", 32009}, {errnum::kServiceUnreachable, "SERVICE_UNREACHABLE", 32010},
       {errnum::kDefaultFieldInvalid, "DEFAULT_FIELD_INVALID", 32011},
       {errnum::kInternalErrors, "INTERNAL_ERRORS", 32012},
       {errnum::kForcedInternalResponse, "FORCED_INTERNAL_RESPONSE", 32013},
-      {errnum::kNoDispensations, "NO_DISPENSATIONS", 32014},
-      {errnum::kExecutorNotFound, "EXECUTOR_NOT_FOUND", 53},
+      {errnum::kNoDispensations, "NO_DISPENSATIONS", 32014}, {errnum::kExecutorNotFound, "EXECUTOR_NOT_FOUND", 53},
       {errnum::kNoFontsFolder, "NO_FONTS_FOLDER", 0x80040001},
-      {errnum::kNoFontFileName, "NO_FONT_FILE_NAME", 0x80040003},
-      {errnum::kNoFontPath, "NO_FONT_PATH", 0x80040004},
+      {errnum::kNoFontFileName, "NO_FONT_FILE_NAME", 0x80040003}, {errnum::kNoFontPath, "NO_FONT_PATH", 0x80040004},
       {errnum::kFontFileMissing, "FONT_FILE_MISSING", 0x80040005},
       {errnum::kFontNotRegistered, "FONT_NOT_REGISTERED", 0x80040006},
       {errnum::kFontNotUninstalled, "FONT_NOT_UNINSTALLED", 0x80040008},
@@ -113,11 +97,7 @@ TEST(Catalogue, RaiseCarriesNumberSourceAndText) {
 }
 
 TEST(Catalogue, FillsPlaceholdersInOnePass) {
-  const struct {
-    std::string_view text;
-    std::initializer_list<std::string_view> args;
-    std::string_view filled;
-  } cases[] = {
+  const struct { std::string_view text; std::initializer_list<std::string_view> args; std::string_view filled; } cases[] = {
       {"fichero %1.", {"/a b/c.ttf"}, "fichero /a b/c.ttf."},
       {"%1 y %2 y %1", {"x", "y"}, "x y y y x"},
       {"%1%2", {"%2", "z"}, "%2z"},  // a value is never read for placeholders

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "support/test_support.h"
@@ -11,24 +12,16 @@ namespace {
 
 // The faces fontconfig stands in with are metric-compatible: the widths the Windows faces have.
 TEST(FontMetrics, SystemFacesAndTheirStandIns) {
-  struct Case {
-    const char* family;
-    bool bold;
-    unsigned char code;
-    int32_t width;
-  } cases[] = {{"Arial", false, ' ', 278}, {"Arial", false, 0xE9, 556}, {"Arial", true, 'a', 556},
+  const struct { const char* family; bool bold; unsigned char code; int32_t width; } cases[] = {{"Arial", false, ' ', 278}, {"Arial", false, 0xE9, 556}, {"Arial", true, 'a', 556},
                {"Arial", true, 'b', 611},  {"Arial", false, 'b', 556},  {"Times New Roman", false, ' ', 250},
                {"Times New Roman", false, 'A', 722}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     const auto m = MeasureSystemFont(c.family, c.bold, false);
     ASSERT_TRUE(m) << c.family;
     EXPECT_EQ(m->widths[c.code], c.width) << c.family << " " << c.code;
   }
   const auto arial = MeasureSystemFont("Arial", false, false);
-  EXPECT_EQ(arial->ascent, 905);
-  EXPECT_EQ(arial->descent, 212);
-  EXPECT_EQ(arial->firstChar, 32);
-  EXPECT_EQ(arial->lastChar, 255);
+  EXPECT_EQ(std::tuple(arial->ascent, arial->descent, arial->firstChar, arial->lastChar), std::tuple(905, 212, 32, 255));
   EXPECT_TRUE(MeasureSystemFont("No Such Family Anywhere", false, false));  // falls back, as GDI does
 }
 

@@ -17,44 +17,26 @@ namespace {
 
 using velmora::testing::RuntimeFolder;
 
-struct ReadCase {
-  const char* file;
-  const char* section;
-  const char* key;
-  const char* expected;
-};
-
 // Windows' reading rules, as they were observed on the real profile functions.
 TEST(ProfileRead, FollowsWindowsMatchingRules) {
-  const ReadCase cases[] = {
+  const struct { const char *file, *section, *key, *expected; } cases[] = {
       {"[SectionName]\r\nTestKey=TestValue\r\n", "sectionname", "TESTKEY", "TestValue"},
       {"[SectionName]\r\nTestKey=TestValue\r\n", " SectionName ", "TestKey", "TestValue"},
       {"[SectionName]\r\nTestKey=TestValue\r\n", "\tSectionName", "TestKey", "D"},
       {"[s]\r\n  TestKey \t=  \tTestValue\t \r\n", "s", "TestKey", "TestValue"},
-      {"  [ x ]\r\nk=v\r\n", "x", "k", "v"},
-      {"[sec]whoops]\r\nk=v\r\n", "sec", "k", "v"},
-      {"[SectionName   \r\nk=v\r\n", "SectionName", "k", "v"},
-      {"k=v\r\n[s]\r\n", "", "k", "D"},
-      {"[]\r\nk=v\r\n", "", "k", "v"},
-      {"[s]\r\n[s]\r\nk=v\r\n", "s", "k", "D"},
-      {"[s]\r\nk=A\r\nk=B\r\n", "s", "k", "A"},
-      {"[s]\r\n;k=v\r\n", "s", "k", "D"},
-      {"[s]\r\nk=diet ;x\r\n", "s", "k", "diet ;x"},
-      {"[s]\r\n#k=v\r\n", "s", "#k", "v"},
-      {"[s]\r\nk=\r\n", "s", "k", ""},
-      {"[s]\r\nk=v\r\n", "s", "", "D"},
-      {"[s]\r\nk=  \"  v  \"  \r\n", "s", "k", "  v  "},
-      {"[s]\r\nk='v'\r\n", "s", "k", "v"},
-      {"[s]\r\nk=\"v'\r\n", "s", "k", "\"v'"},
-      {"[s]\rk=v\r", "s", "k", "v"},
-      {"[s]\nk=v\n", "s", "k", "v"},
-      {"[s]\r\nname3\r\n", "s", "name3", "D"},
-      {"\xEF\xBB\xBF[s]\r\nk=v\r\n", "s", "k", "v"},
+      {"  [ x ]\r\nk=v\r\n", "x", "k", "v"}, {"[sec]whoops]\r\nk=v\r\n", "sec", "k", "v"},
+      {"[SectionName   \r\nk=v\r\n", "SectionName", "k", "v"}, {"k=v\r\n[s]\r\n", "", "k", "D"},
+      {"[]\r\nk=v\r\n", "", "k", "v"}, {"[s]\r\n[s]\r\nk=v\r\n", "s", "k", "D"},
+      {"[s]\r\nk=A\r\nk=B\r\n", "s", "k", "A"}, {"[s]\r\n;k=v\r\n", "s", "k", "D"},
+      {"[s]\r\nk=diet ;x\r\n", "s", "k", "diet ;x"}, {"[s]\r\n#k=v\r\n", "s", "#k", "v"},
+      {"[s]\r\nk=\r\n", "s", "k", ""}, {"[s]\r\nk=v\r\n", "s", "", "D"},
+      {"[s]\r\nk=  \"  v  \"  \r\n", "s", "k", "  v  "}, {"[s]\r\nk='v'\r\n", "s", "k", "v"},
+      {"[s]\r\nk=\"v'\r\n", "s", "k", "\"v'"}, {"[s]\rk=v\r", "s", "k", "v"}, {"[s]\nk=v\n", "s", "k", "v"},
+      {"[s]\r\nname3\r\n", "s", "name3", "D"}, {"\xEF\xBB\xBF[s]\r\nk=v\r\n", "s", "k", "v"},
       {"[Dispensación]\r\nAÑO=v\r\n", "DISPENSACIÓN", "año", "v"},
-      {"[Dispensaci\xF3n]\r\nk=v\r\n", "DISPENSACIÓN", "K", "v"},
-      {"[Ÿ]\r\nk=v\r\n", "ÿ", "k", "v"},
+      {"[Dispensaci\xF3n]\r\nk=v\r\n", "DISPENSACIÓN", "K", "v"}, {"[Ÿ]\r\nk=v\r\n", "ÿ", "k", "v"},
       {"[RespuestaDefecto]\r\n  TextoAviso  =  Dispensaci\xF3n pendiente \t\r\n", "respuestadefecto", "textoaviso",
-       "Dispensación pendiente"},
+      "Dispensación pendiente"},
   };
   RuntimeFolder folder("");
   for (const auto& c : cases) {
@@ -107,9 +89,8 @@ TEST(ProfileWrite, FailsWithoutTheFolderAndLeavesNoTemporaryFile) {
   RuntimeFolder folder("");
   EXPECT_FALSE(WriteProfileString(folder.Path("missing/t.ini"), "s", "k", "v"));
   ASSERT_TRUE(WriteProfileString(folder.Path("t.ini"), "s", "k", "v"));
-  int entries = 0;
-  for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator(folder.Root())) ++entries;
-  EXPECT_EQ(entries, 5);  // the four working folders and t.ini
+  // The four working folders and t.ini.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Root()), {}), 5);
 }
 
 TEST(ProfileUpdate, ExceptionFromTheUpdateWritesNothing) {

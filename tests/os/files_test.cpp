@@ -18,6 +18,7 @@
 namespace velmora::os {
 namespace {
 
+using velmora::testing::ErrorNumber;
 using velmora::testing::RuntimeFolder;
 
 unsigned ModeOf(const std::string& path) {
@@ -31,8 +32,7 @@ TEST(Files, CreatedPrivateAndWholeAfterAtomicWrite) {
   WriteFileAtomic(folder.Path("a.xml"), "<a/>", "t");
   MakeDirectory(folder.Path("Enviados"), "t");
   MakeDirectory(folder.Path("Enviados"), "t");  // an existing folder is fine
-  AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, "line\r\n", "t");
-  AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, "line2\r\n", "t");
+  for (const char* line : {"line\r\n", "line2\r\n"}) AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, line, "t");
   EXPECT_EQ(folder.Read("a.xml"), "<a/>");
   EXPECT_EQ(folder.Read("x.log"), "head\r\nline\r\nline2\r\n");
   EXPECT_EQ(ModeOf(folder.Path("a.xml")), 0600u);
@@ -51,28 +51,18 @@ TEST(Files, FailuresCarryThePlatformNumbers) {
     EXPECT_EQ(e.Description, "No se encontró el archivo");
   }
   EXPECT_NO_THROW(DeleteFile(folder.Path("missing"), "t"));
-  for (const auto& [path, number] : {std::pair{folder.Path("missing"), 53}, std::pair{folder.Root(), 75}}) {
-    try {
-      ReadFileOrRaise(path, "cPDF.CreaBloque");
-      ADD_FAILURE() << path;
-    } catch (const Error& e) {
-      EXPECT_EQ(e.Number, number) << path;
-    }
-  }
+  for (const auto& [path, number] : {std::pair{folder.Path("missing"), 53}, std::pair{folder.Root(), 75}})
+    EXPECT_EQ(ErrorNumber([&] { ReadFileOrRaise(path, "cPDF.CreaBloque"); }), number) << path;
 }
 
-size_t ThreadCount() {
-  size_t n = 0;
-  for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task")) ++n;
-  return n;
-}
+auto ThreadCount() { return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}); }
 
 // A folder lock held elsewhere costs one full wait, then short ones until this process gets the
 // lock again, and the full wait once more after that; every wait ends at its deadline with
 // EWOULDBLOCK and leaves no thread behind.
 TEST(FolderLock, WaitEndsAtItsDeadlineAndLeavesNoThread) {
   RuntimeFolder folder("", false);
-  const size_t threads = ThreadCount();
+  const auto threads = ThreadCount();
   for (const int round : {0, 1}) {
     auto holder = velmora::testing::HoldFolderLocks({folder.Root()});
     for (const auto wait : {kLockWait, kLockWaitWhenStuck, kLockWaitWhenStuck}) {
@@ -106,34 +96,22 @@ TEST(Attributes, HiddenMarkIsTheSambaText) {
   SetAttributes(f, kAttrArchive, "t");
   EXPECT_EQ(GetAttributes(f, "t"), kAttrArchive);
   EXPECT_TRUE(ExistsNotHidden(f));
-  try {
-    GetAttributes(folder.Path("gone.xml"), "CInterface.WaitResponse");
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number, 53);
-  }
+  EXPECT_EQ(ErrorNumber([&] { GetAttributes(folder.Path("gone.xml"), "CInterface.WaitResponse"); }), 53);
 }
 
 TEST(Process, SpawnRunsWithoutAShellAndMissingProgramIs53) {
   RuntimeFolder folder("", false);
   SpawnDetached({"/bin/touch", folder.Path("made by child")}, folder.Root(), "t");
-  EXPECT_TRUE(velmora::testing::WaitFor([&] { return PathExists(folder.Path("made by child")); },
-                                        std::chrono::seconds(10)));
-  try {
-    SpawnDetached({folder.Path("executor.exe")}, folder.Root(), "t");
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number, 53);
-  }
+  EXPECT_TRUE(testing::WaitFor([&] { return PathExists(folder.Path("made by child")); }, std::chrono::seconds(10)));
+  EXPECT_EQ(ErrorNumber([&] { SpawnDetached({folder.Path("executor.exe")}, folder.Root(), "t"); }), 53);
 }
 
 // A run that outlasts its wait is killed with what it started (its process group), not left
 // running behind the till; only an exit with 0 in time counts.
 TEST(Process, RunWithDeadlineKillsTheWholeGroupAtTheDeadline) {
   RuntimeFolder folder("", false);
-  EXPECT_TRUE(RunWithDeadline({"/bin/true"}, std::chrono::seconds(10)));
-  EXPECT_FALSE(RunWithDeadline({"/bin/false"}, std::chrono::seconds(10)));
-  EXPECT_FALSE(RunWithDeadline({folder.Path("missing")}, std::chrono::seconds(10)));
+  for (const auto& [program, ok] : {std::pair{std::string("/bin/true"), true}, {"/bin/false", false}, {folder.Path("missing"), false}})
+    EXPECT_EQ(RunWithDeadline({program}, std::chrono::seconds(10)), ok) << program;
   const std::string pidFile = folder.Path("grandchild");
   EXPECT_FALSE(RunWithDeadline({"/bin/sh", "-c", "sleep 600 & echo $! > \"$0\"; wait", pidFile},
                                std::chrono::milliseconds(1500)));

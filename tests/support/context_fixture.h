@@ -31,8 +31,6 @@ class ContextFixture {
     c.EsquemaXML = kDefaultEsquemaXML;
     c.ResetAuditor();
   }
-  ContextFixture(const ContextFixture&) = delete;
-  ContextFixture& operator=(const ContextFixture&) = delete;
 
   std::string Log() const { return folder.Read("velmora.log"); }
   std::string Trace() const { return folder.Read("velmora.txt"); }

@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <csignal>
-
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 
@@ -23,10 +23,7 @@ namespace fs = std::filesystem;
 
 RuntimeFolder::RuntimeFolder(const std::string& ini, bool makeWorkingFolders) {
   root_ = MakeTempFolder("velmora-test");
-  if (const char* home = getenv("VELMORA_HOME")) {
-    hadHome_ = true;
-    previousHome_ = home;
-  }
+  if (const char* home = getenv("VELMORA_HOME")) hadHome_ = true, previousHome_ = home;
   setenv("VELMORA_HOME", root_.c_str(), 1);
   if (makeWorkingFolders)
     for (const char* d : {"Enviados", "Recibidos", "Retrasados", "Auditoria"}) fs::create_directory(root_ + d);
@@ -34,10 +31,7 @@ RuntimeFolder::RuntimeFolder(const std::string& ini, bool makeWorkingFolders) {
 }
 
 RuntimeFolder::~RuntimeFolder() {
-  if (hadHome_)
-    setenv("VELMORA_HOME", previousHome_.c_str(), 1);
-  else
-    unsetenv("VELMORA_HOME");
+  hadHome_ ? setenv("VELMORA_HOME", previousHome_.c_str(), 1) : unsetenv("VELMORA_HOME");
   std::error_code ec;
   // Read-only files and folders left by a test must not keep the folder alive.
   for (auto it = fs::recursive_directory_iterator(root_, ec); !ec && it != fs::recursive_directory_iterator(); ++it)
@@ -53,14 +47,11 @@ std::string MakeTempFolder(const std::string& tag) {
 
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void RuntimeFolder::Write(const std::string& relative, const std::string& content) const {
-  std::ofstream out(root_ + relative, std::ios::binary | std::ios::trunc);
-  out << content;
+  std::ofstream(root_ + relative, std::ios::binary | std::ios::trunc) << content;
 }
 
 std::string RuntimeFolder::MakeIni(
@@ -77,32 +68,19 @@ std::string RuntimeFolder::DefaultIni() {
   return MakeIni({
       {"Configuracion",
        {{"Servicio", "http://127.0.0.1:1/dispensacion?wsdl"},
-        {"EsquemaXML",
-         "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
-         "xmlns:SOAP-ENC=\"http://schemas.xmlsoap.org/soap/encoding/\" "
-         "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\""},
-        {"GuardarPeticionSOAP", "0"},
-        {"GenerarLog", "1"},
-        {"GenerarTrace", "0"},
-        {"TamanioMaximoLog", "10000000"},
+        {"EsquemaXML", "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                       "xmlns:SOAP-ENC=\"http://schemas.xmlsoap.org/soap/encoding/\" "
+                       "xmlns:xsd=\"http://www.w3.org/2001/XMLSchema\""},
+        {"GuardarPeticionSOAP", "0"}, {"GenerarLog", "1"}, {"GenerarTrace", "0"}, {"TamanioMaximoLog", "10000000"},
         {"CodigoDispensacionCorrecta", "0000"}}},
-      {"Asincrono",
-       {{"PeticionTimeOut", "5"},
-        {"AutoRespuesta", "1"},
-        {"EliminarXMLPeticion", "1"},
-        {"EliminarXMLRespuesta", "1"},
-        {"IntervaloComprobacion", "1"}}},
+      {"Asincrono", {{"PeticionTimeOut", "5"}, {"AutoRespuesta", "1"}, {"EliminarXMLPeticion", "1"},
+                     {"EliminarXMLRespuesta", "1"}, {"IntervaloComprobacion", "1"}}},
       {"Seguimiento", {{"ArchivoDiario", "0"}, {"Auditar", "1"}}},
       {"MensajeSOAP", {{"Enviados", "0"}, {"Recibidos", "0"}}},
       {"Proxy", {{"UtilizarProxy", "0"}, {"TimeOut", "5000"}}},
-      {"RespuestaDefecto",
-       {{"CodigoAviso", "9999"},
-        {"TextoAviso", "Respuesta interna"},
-        {"NumAvisos", "1"},
-        {"CodigoMotivosRechazo", ""},
-        {"TextoMotivosRechazo", ""},
-        {"NumMotivosRechazo", "0"},
-        {"ResultResp", "1"}}},
+      {"RespuestaDefecto", {{"CodigoAviso", "9999"}, {"TextoAviso", "Respuesta interna"}, {"NumAvisos", "1"},
+                            {"CodigoMotivosRechazo", ""}, {"TextoMotivosRechazo", ""}, {"NumMotivosRechazo", "0"},
+                            {"ResultResp", "1"}}},
   });
 }
 
@@ -114,11 +92,9 @@ std::string IniWith(const std::string& key, const std::string& value) {
 }
 
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
+  for (const auto end = std::chrono::steady_clock::now() + limit; !condition();
+       std::this_thread::sleep_for(std::chrono::milliseconds(5)))
     if (std::chrono::steady_clock::now() >= end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
   return true;
 }
 
@@ -140,15 +116,9 @@ std::shared_ptr<void> HoldFolderLocks(const std::vector<std::string>& folders) {
 
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find("\r\n", start);
-    if (end == std::string::npos) {
-      lines.push_back(text.substr(start));
-      break;
-    }
+  for (size_t start = 0, end; start < text.size(); start = end + 2) {
+    end = std::min(text.find("\r\n", start), text.size());
     lines.push_back(text.substr(start, end - start));
-    start = end + 2;
   }
   return lines;
 }

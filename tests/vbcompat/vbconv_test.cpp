@@ -31,10 +31,8 @@ TEST(VbConversion, Int32RangeAndHexPattern) {
   EXPECT_EQ(ToInt32("2147483647", "t"), 2147483647);
   EXPECT_EQ(ToInt32("&HFFFFFFFF", "t"), -1);
   EXPECT_EQ(testing::ErrorNumber([] { ToInt32("2147483648", "t"); }), 6);
-  EXPECT_TRUE(IsNumeric(" 5 "));
-  EXPECT_TRUE(IsNumeric("1,5"));
-  EXPECT_FALSE(IsNumeric("-"));
-  EXPECT_FALSE(IsNumeric(""));
+  for (const auto& [text, numeric] : {std::pair{" 5 ", true}, {"1,5", true}, {"-", false}, {"", false}})
+    EXPECT_EQ(IsNumeric(text), numeric) << text;
 }
 
 TEST(VbConversion, ValReadsTheLeadingNumber) {

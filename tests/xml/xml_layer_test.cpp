@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "os/files.h"
 #include "xml/xml.h"
 #include "support/test_support.h"
 
@@ -56,38 +55,33 @@ TEST(XmlLayer, IllFormedTextIsRejected) {
 
 TEST(XmlLayer, EntityDeclarationsAreNeverExpanded) {
   Document doc;
-  const std::string laughs =
-      "<!DOCTYPE r [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>]><r><x>&b;</x></r>";
-  EXPECT_FALSE(doc.LoadXml(laughs));
-  const std::string external = "<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r><x>&e;</x></r>";
-  EXPECT_FALSE(doc.LoadXml(external));
+  EXPECT_FALSE(doc.LoadXml(
+      "<!DOCTYPE r [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>]><r><x>&b;</x></r>"));
+  EXPECT_FALSE(doc.LoadXml("<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r><x>&e;</x></r>"));
   // A DOCTYPE without references is skipped unread.
   ASSERT_TRUE(doc.LoadXml("<!DOCTYPE r [<!ENTITY a 'zzz'>]><r><x>1</x></r>"));
   EXPECT_EQ(doc.ChildNodes().Item(0).Text(), "1");
 }
 
 TEST(XmlLayer, DeepNestingAndHugeInputAreRejected) {
-  std::string deep;
-  for (int i = 0; i < 300; ++i) deep += "<a>";
-  for (int i = 0; i < 300; ++i) deep += "</a>";
+  const auto nest = [](int depth) {
+    std::string text;
+    for (int i = 0; i < depth; ++i) text = "<a>" + text + "</a>";
+    return text;
+  };
   Document doc;
-  EXPECT_FALSE(doc.LoadXml(deep));
-  std::string fine;
-  for (int i = 0; i < 200; ++i) fine += "<a>";
-  for (int i = 0; i < 200; ++i) fine += "</a>";
-  EXPECT_TRUE(doc.LoadXml(fine));
-  std::string huge = "<r>" + std::string(xml::kMaxDocumentBytes, 'x') + "</r>";
-  EXPECT_FALSE(doc.LoadXml(huge));
+  EXPECT_FALSE(doc.LoadXml(nest(300)));
+  EXPECT_TRUE(doc.LoadXml(nest(200)));
+  EXPECT_FALSE(doc.LoadXml("<r>" + std::string(xml::kMaxDocumentBytes, 'x') + "</r>"));
 }
 
 TEST(XmlLayer, SaveWritesUtf8ThatLoadsBack) {
   RuntimeFolder folder;
   Document doc;
   ASSERT_TRUE(doc.LoadXml("<r><a> año &amp; &lt;x&gt; </a><b/></r>"));
-  const std::string path = folder.Path("out.xml");
-  doc.Save(path, "test");
+  doc.Save(folder.Path("out.xml"), "test");
   Document back;
-  ASSERT_TRUE(back.Load(path));
+  ASSERT_TRUE(back.Load(folder.Path("out.xml")));
   EXPECT_EQ(back.ChildNodes().Item(0).Text(), " año & <x> ");
   EXPECT_FALSE(back.Load(folder.Path("missing.xml")));
   folder.Write("empty.xml", "");
