@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "support/context_fixture.h"
 
@@ -42,17 +43,15 @@ TEST(Config, EsquemaXMLIsInvertedOnPurpose) {
 }
 
 TEST(Config, AuditarAndLogSizeConversions) {
-  const std::pair<const char*, bool> auditar[] = {{"1", true}, {"2", false}, {"-1", false}, {"0", false}, {"1,4", true}};
-  for (const auto& [text, expected] : auditar) {
-    ContextFixture f(IniWith("Auditar", text));
-    ASSERT_TRUE(core::ThreadContext().Config.LoadIni()) << text;
-    EXPECT_EQ(core::ThreadContext().Config.Auditar, expected) << text;
-  }
-  const std::pair<const char*, int32_t> sizes[] = {{"", 0}, {"1e3", 1000}, {"12abc", 12}, {"2.5", 2}, {"abc", 0}};
-  for (const auto& [text, expected] : sizes) {
-    ContextFixture f(IniWith("TamanioMaximoLog", text));
-    ASSERT_TRUE(core::ThreadContext().Config.LoadIni()) << text;
-    EXPECT_EQ(core::ThreadContext().Config.TamanioMaximoLog, expected) << text;
+  const std::tuple<std::string, const char*, int32_t> cases[] = {
+      {"Auditar", "1", true}, {"Auditar", "2", false}, {"Auditar", "-1", false}, {"Auditar", "0", false},
+      {"Auditar", "1,4", true}, {"TamanioMaximoLog", "", 0}, {"TamanioMaximoLog", "1e3", 1000},
+      {"TamanioMaximoLog", "12abc", 12}, {"TamanioMaximoLog", "2.5", 2}, {"TamanioMaximoLog", "abc", 0}};
+  for (const auto& [key, text, expected] : cases) {
+    ContextFixture f(IniWith(key, text));
+    const auto& config = core::ThreadContext().Config;
+    ASSERT_TRUE(core::ThreadContext().Config.LoadIni()) << key << text;
+    EXPECT_EQ(key == "Auditar" ? int32_t{config.Auditar} : config.TamanioMaximoLog, expected) << key << text;
   }
 }
 

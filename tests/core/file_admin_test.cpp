@@ -50,7 +50,7 @@ TEST(FileAdmin, ExistenceSeesHiddenFilesAndLogsTheirAttributes) {
   EXPECT_FALSE(files.ExistResponseFile("ID1", static_cast<FolderEnum>(9)));
 }
 
-TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
+TEST(FileAdmin, DeleteAndMoveClearMarksFirstAndTolerateMissingFiles) {
   ContextFixture f;
   CFileAdmin files;
   EXPECT_TRUE(files.DeleteFromReceived("NADA"));
@@ -60,11 +60,7 @@ TEST(FileAdmin, DeleteClearsMarksFirstAndToleratesMissingFiles) {
   os::SetAttributes(f.folder.Path("Enviados/ID2.xml"), os::kAttrHidden | os::kAttrReadOnly, "t");
   EXPECT_TRUE(files.DeleteFromSended("ID2"));
   EXPECT_FALSE(std::filesystem::exists(f.folder.Path("Enviados/ID2.xml")));
-}
-
-TEST(FileAdmin, MoveToDelayedCopiesThenDeletes) {
-  ContextFixture f;
-  CFileAdmin files;
+  // A move to Retrasados copies over what is there, then deletes.
   f.folder.Write("Recibidos/ID3.xml", "<late/>");
   os::SetAttributes(f.folder.Path("Recibidos/ID3.xml"), os::kAttrReadOnly, "t");
   f.folder.Write("Retrasados/ID3.xml", "old");

@@ -46,14 +46,11 @@ TEST(ProfileRead, FollowsWindowsMatchingRules) {
   }
 }
 
-TEST(ProfileRead, DefaultLosesTrailingBlanksAndMissingFileGivesDefault) {
+TEST(ProfileRead, DefaultLosesTrailingBlanksAndTheBufferCutsWholeCharacters) {
   RuntimeFolder folder("");
   EXPECT_EQ(ReadProfileString(folder.Path("none.ini"), "s", "k", "  d  "), "  d");
   EXPECT_EQ(ReadProfileString(folder.Path("none.ini"), "s", "k", "\td\t"), "\td\t");
-}
-
-TEST(ProfileRead, BufferCutsLongValuesAndNeverSplitsACharacter) {
-  RuntimeFolder folder("");
+  // The buffer cuts long values and never splits a character.
   folder.Write("t.ini", "[s]\r\nk=" + std::string(300, 'x') + "\r\nn=" + std::string(253, 'a') + "ñb\r\n");
   EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "k"), std::string(254, 'x'));
   EXPECT_EQ(ReadProfileString(folder.Path("t.ini"), "s", "n"), std::string(253, 'a') + "ñ");

@@ -35,9 +35,8 @@ TEST(Files, CreatedPrivateAndWholeAfterAtomicWrite) {
   for (const char* line : {"line\r\n", "line2\r\n"}) AppendToFile(folder.Path("x.log"), [] { return std::string("head\r\n"); }, line, "t");
   EXPECT_EQ(folder.Read("a.xml"), "<a/>");
   EXPECT_EQ(folder.Read("x.log"), "head\r\nline\r\nline2\r\n");
-  EXPECT_EQ(ModeOf(folder.Path("a.xml")), 0600u);
-  EXPECT_EQ(ModeOf(folder.Path("x.log")), 0600u);
-  EXPECT_EQ(ModeOf(folder.Path("Enviados")), 0700u);
+  for (const auto& [name, mode] : {std::pair{"a.xml", 0600u}, {"x.log", 0600u}, {"Enviados", 0700u}})
+    EXPECT_EQ(ModeOf(folder.Path(name)), mode) << name;
 }
 
 TEST(Files, FailuresCarryThePlatformNumbers) {

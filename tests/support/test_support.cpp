@@ -123,17 +123,15 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-namespace {
 // "yyyy/mm/dd hh:mm:ss " at the start of a log line. By hand, not std::regex: GCC 12's optimiser
 // warns inside <regex> (maybe-uninitialized), which the sanitised -Werror build turns fatal.
-bool StartsWithStamp(std::string_view l) {
+static bool StartsWithStamp(std::string_view l) {
   constexpr std::string_view shape = "dddd/dd/dd dd:dd:dd ";
   if (l.size() < shape.size()) return false;
   for (size_t i = 0; i < shape.size(); ++i)
     if (shape[i] == 'd' ? (l[i] < '0' || l[i] > '9') : l[i] != shape[i]) return false;
   return true;
 }
-}  // namespace
 
 bool HasLine(const std::string& text, const std::string& line) {
   const bool open = !line.empty() && line.back() == '*';
