@@ -13,16 +13,12 @@ namespace {
 
 using testing::ContextFixture;
 
-TEST(FileAdmin, PathsHangOffTheRuntimeFolderWithOneSeparator) {
+TEST(FileAdmin, PathsHangOffTheRuntimeFolderAndFoldersAreMadeOnceAndPrivately) {
   ContextFixture f;
-  const std::string bare = f.folder.Root().substr(0, f.folder.Root().size() - 1);
-  setenv("VELMORA_HOME", bare.c_str(), 1);
+  // One separator between the runtime folder and what hangs off it, given with or without one.
+  setenv("VELMORA_HOME", f.folder.Root().substr(0, f.folder.Root().size() - 1).c_str(), 1);
   EXPECT_EQ(CFileAdmin().GetSendedPath(), f.folder.Root() + "Enviados/");
   setenv("VELMORA_HOME", f.folder.Root().c_str(), 1);
-}
-
-TEST(FileAdmin, MakeFoldersOnceAndPrivately) {
-  ContextFixture f;
   std::filesystem::remove(f.folder.Path("Enviados"));
   CFileAdmin files;
   EXPECT_TRUE(files.MakeSended());

@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <algorithm>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -47,7 +47,9 @@ std::string MakeTempFolder(const std::string& tag) {
 
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::ostringstream out;
+  out << in.rdbuf();  // a folder reads as empty; iterating its buffer would throw
+  return out.str();
 }
 
 void RuntimeFolder::Write(const std::string& relative, const std::string& content) const {
