@@ -14,28 +14,19 @@ struct TextProperty {
   std::string velmora::CPeticionDispensacion::*member;
 };
 
+using P = velmora::CPeticionDispensacion;
 const TextProperty kTextProperties[] = {
-    {VELMORA_Importe, &velmora::CPeticionDispensacion::Importe},
-    {VELMORA_ImporteAportacion, &velmora::CPeticionDispensacion::ImporteAportacion},
-    {VELMORA_IdFarmacia, &velmora::CPeticionDispensacion::IdFarmacia},
-    {VELMORA_FechaDispensacion, &velmora::CPeticionDispensacion::FechaDispensacion},
-    {VELMORA_IDPrescripcion, &velmora::CPeticionDispensacion::IDPrescripcion},
-    {VELMORA_Idioma, &velmora::CPeticionDispensacion::Idioma},
-    {VELMORA_IdUsuario, &velmora::CPeticionDispensacion::IdUsuario},
-    {VELMORA_IdFarmaceutico, &velmora::CPeticionDispensacion::IdFarmaceutico},
-    {VELMORA_ClaveUsuario, &velmora::CPeticionDispensacion::ClaveUsuario},
-    {VELMORA_EnvasesDispensados, &velmora::CPeticionDispensacion::EnvasesDispensados},
-    {VELMORA_NumeroReceta, &velmora::CPeticionDispensacion::NumeroReceta},
-    {VELMORA_IdProvincia, &velmora::CPeticionDispensacion::IdProvincia},
-    {VELMORA_CodigoDispensado, &velmora::CPeticionDispensacion::CodigoDispensado},
-    {VELMORA_CodigoColegiadoPrescriptor, &velmora::CPeticionDispensacion::CodigoColegiadoPrescriptor},
-    {VELMORA_FechaPrescripcion, &velmora::CPeticionDispensacion::FechaPrescripcion},
-    {VELMORA_Tis, &velmora::CPeticionDispensacion::Tis},
-    {VELMORA_FormulaMagistral, &velmora::CPeticionDispensacion::FormulaMagistral},
-    {VELMORA_Lector, &velmora::CPeticionDispensacion::Lector},
-    {VELMORA_NombreMedicamento, &velmora::CPeticionDispensacion::NombreMedicamento},
-    {VELMORA_NombrePaciente, &velmora::CPeticionDispensacion::NombrePaciente},
-    {VELMORA_NecesitaVisado, &velmora::CPeticionDispensacion::NecesitaVisado},
+    {VELMORA_Importe, &P::Importe}, {VELMORA_ImporteAportacion, &P::ImporteAportacion},
+    {VELMORA_IdFarmacia, &P::IdFarmacia}, {VELMORA_FechaDispensacion, &P::FechaDispensacion},
+    {VELMORA_IDPrescripcion, &P::IDPrescripcion}, {VELMORA_Idioma, &P::Idioma}, {VELMORA_IdUsuario, &P::IdUsuario},
+    {VELMORA_IdFarmaceutico, &P::IdFarmaceutico}, {VELMORA_ClaveUsuario, &P::ClaveUsuario},
+    {VELMORA_EnvasesDispensados, &P::EnvasesDispensados}, {VELMORA_NumeroReceta, &P::NumeroReceta},
+    {VELMORA_IdProvincia, &P::IdProvincia}, {VELMORA_CodigoDispensado, &P::CodigoDispensado},
+    {VELMORA_CodigoColegiadoPrescriptor, &P::CodigoColegiadoPrescriptor},
+    {VELMORA_FechaPrescripcion, &P::FechaPrescripcion}, {VELMORA_Tis, &P::Tis},
+    {VELMORA_FormulaMagistral, &P::FormulaMagistral}, {VELMORA_Lector, &P::Lector},
+    {VELMORA_NombreMedicamento, &P::NombreMedicamento}, {VELMORA_NombrePaciente, &P::NombrePaciente},
+    {VELMORA_NecesitaVisado, &P::NecesitaVisado},
 };
 
 // Each text property lands in its own member and in no other: a value unique to the property

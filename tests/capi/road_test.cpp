@@ -36,6 +36,14 @@ std::vector<std::string> Items(const velmora_CRespuestaPeticion* r, int collecti
   return items;
 }
 
+// A value read through one of the C getters, whose status must be VELMORA_OK.
+template <typename T, typename H>
+T Get(int (*getter)(const H*, T*), const H* handle) {
+  T value{};
+  EXPECT_EQ(getter(handle, &value), VELMORA_OK);
+  return value;
+}
+
 std::string ErrorNumbers(velmora_CInterface* iface) {
   velmora_CError* errors = nullptr;
   EXPECT_EQ(velmora_CInterface_Errores(iface, &errors), VELMORA_OK);
@@ -57,24 +65,17 @@ std::string ErrorNumbers(velmora_CInterface* iface) {
 struct Host {
   velmora_CInterface* iface = nullptr;
   velmora_CPeticionDispensacion* request = nullptr;
-  std::string started;
-  int finished = 0;
-  int correcto = -1;
+  std::string started, serviceSeenWhileWaiting;
+  int finished = 0, correcto = -1, idlePasses = 0, errorsReadWhileWaiting = -1;
   int32_t tipo = 0;
-  int idlePasses = 0;
-  int releaseInterface = VELMORA_OK;
-  int releaseRequest = VELMORA_OK;
-  std::string serviceSeenWhileWaiting;
-  int errorsReadWhileWaiting = -1;
+  int releaseInterface = VELMORA_OK, releaseRequest = VELMORA_OK;
 };
 
 extern "C" void OnStart(void* user, const char* id) { static_cast<Host*>(user)->started = id; }
 
 extern "C" void OnFinish(void* user, int correcto, int32_t tipo) {
   auto* h = static_cast<Host*>(user);
-  ++h->finished;
-  h->correcto = correcto;
-  h->tipo = tipo;
+  ++h->finished, h->correcto = correcto, h->tipo = tipo;
 }
 
 extern "C" void OnIdle(void* user) {
@@ -120,16 +121,10 @@ TEST(CApiRoad, AcceptedDispensationWithCallbacksThatCallBack) {
 
   velmora_CRespuestaPeticion* response = nullptr;
   ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(host.iface, host.request, &response), VELMORA_OK);
-  int flag = 0;
-  ASSERT_EQ(velmora_CRespuestaPeticion_DatosValidos(response, &flag), VELMORA_OK);
-  EXPECT_EQ(flag, 1);
-  ASSERT_EQ(velmora_CRespuestaPeticion_DispensacionRealizada(response, &flag), VELMORA_OK);
-  EXPECT_EQ(flag, 1);
-  int16_t n = -1;
-  ASSERT_EQ(velmora_CRespuestaPeticion_m_intNAvisos(response, &n), VELMORA_OK);
-  EXPECT_EQ(n, 1);
-  ASSERT_EQ(velmora_CRespuestaPeticion_m_intNMotivosRechazo(response, &n), VELMORA_OK);
-  EXPECT_EQ(n, 0);
+  EXPECT_EQ(Get(velmora_CRespuestaPeticion_DatosValidos, response), 1);
+  EXPECT_EQ(Get(velmora_CRespuestaPeticion_DispensacionRealizada, response), 1);
+  EXPECT_EQ(Get(velmora_CRespuestaPeticion_m_intNAvisos, response), 1);
+  EXPECT_EQ(Get(velmora_CRespuestaPeticion_m_intNMotivosRechazo, response), 0);
   EXPECT_EQ(Items(response, VELMORA_m_colCodigoAviso), std::vector<std::string>{"0000"});
   EXPECT_EQ(Items(response, VELMORA_m_colTextoAviso).size(), 1u);
   EXPECT_TRUE(Items(response, VELMORA_m_colCodigoMotivosRechazo).empty());
@@ -169,9 +164,7 @@ TEST(CApiRoad, RejectionReasonsAndUnregisteredCallbacks) {
   velmora_CPeticionDispensacion* request = CompleteCRequest("RX003", "sim:rejected");
   velmora_CRespuestaPeticion* response = nullptr;
   ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(host.iface, request, &response), VELMORA_OK);
-  int done = 1;
-  velmora_CRespuestaPeticion_DispensacionRealizada(response, &done);
-  EXPECT_EQ(done, 0);
+  EXPECT_EQ(Get(velmora_CRespuestaPeticion_DispensacionRealizada, response), 0);
   EXPECT_EQ(Items(response, VELMORA_m_colCodigoMotivosRechazo), (std::vector<std::string>{"2001", "2002"}));
   EXPECT_EQ(Items(response, VELMORA_m_colTextoMotivosRechazo).size(), 2u);
   EXPECT_EQ(host.finished, 0);
@@ -188,10 +181,10 @@ TEST(CApiRoad, BatchRowsComeBackOnePerItem) {
   ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
   velmora_CListadoDispensaciones* list = nullptr;
   ASSERT_EQ(velmora_CListadoDispensaciones_create(&list), VELMORA_OK);
-  const char* products[] = {"sim:batch-rejected", "700002", "700003"};
+  const std::vector<std::string> products = {"sim:batch-rejected", "700002", "700003"};
   for (int i = 0; i < 3; ++i) {
     const std::string id = "RXB" + std::to_string(i + 1);
-    velmora_CPeticionDispensacion* r = CompleteCRequest(id.c_str(), products[i]);
+    velmora_CPeticionDispensacion* r = CompleteCRequest(id.c_str(), products[i].c_str());
     velmora_CPeticionDispensacion_SetText(r, VELMORA_Lector, ("L" + id).c_str());
     int added = 0;
     ASSERT_EQ(velmora_CListadoDispensaciones_aniadirDispensacion(list, r, &added), VELMORA_OK);
@@ -200,15 +193,10 @@ TEST(CApiRoad, BatchRowsComeBackOnePerItem) {
   }
   velmora_CRespDispensaciones* response = nullptr;
   ASSERT_EQ(velmora_CInterface_SolicitudDispensaciones(iface, list, 0, &response), VELMORA_OK);
-  int flag = 0;
-  velmora_CRespDispensaciones_DatosValidos(response, &flag);
-  EXPECT_EQ(flag, 1);
-  velmora_CRespDispensaciones_DispensacionRealizada(response, &flag);
-  EXPECT_EQ(flag, 0);
-  velmora_CRespDispensaciones_blnCodigoErrorDisp(response, &flag);
-  EXPECT_EQ(flag, 0);
-  size_t rows = 0;
-  ASSERT_EQ(velmora_CRespDispensaciones_Count(response, &rows), VELMORA_OK);
+  EXPECT_EQ(Get(velmora_CRespDispensaciones_DatosValidos, response), 1);
+  EXPECT_EQ(Get(velmora_CRespDispensaciones_DispensacionRealizada, response), 0);
+  EXPECT_EQ(Get(velmora_CRespDispensaciones_blnCodigoErrorDisp, response), 0);
+  const size_t rows = Get(velmora_CRespDispensaciones_Count, response);
   ASSERT_EQ(rows, 3u);
   std::vector<std::string> products_back;
   for (size_t i = 1; i <= rows; ++i) {
@@ -217,7 +205,7 @@ TEST(CApiRoad, BatchRowsComeBackOnePerItem) {
     EXPECT_STRNE(description, "");
     products_back.emplace_back(dispensado);
   }
-  EXPECT_EQ(products_back, (std::vector<std::string>{"sim:batch-rejected", "700002", "700003"}));
+  EXPECT_EQ(products_back, products);
   const char* s = nullptr;
   EXPECT_EQ(velmora_CRespDispensaciones_Row(response, 4, &s, &s, &s, &s), VELMORA_ERR_INDEX);
   EXPECT_EQ(velmora_CRespDispensaciones_release(response), VELMORA_OK);
@@ -246,20 +234,13 @@ TEST(CApiRoad, FailuresShowInTheResponseAndErrores) {
     InterfaceFixture f(c.withIni ? velmora::testing::IniWith("PeticionTimeOut", "2") : "", c.withExecutor);
     velmora_CInterface* iface = nullptr;
     ASSERT_EQ(velmora_CInterface_create(&iface), VELMORA_OK);
-    int enabled = -1;
-    velmora_CInterface_Enabled(iface, &enabled);
-    EXPECT_EQ(enabled, c.withIni ? 1 : 0) << c.name;
+    EXPECT_EQ(Get(velmora_CInterface_Enabled, iface), c.withIni ? 1 : 0) << c.name;
     velmora_CPeticionDispensacion* request = CompleteCRequest("RX009", "600000");
     velmora_CRespuestaPeticion* response = nullptr;
     ASSERT_EQ(velmora_CInterface_SolicitudDispensacion(iface, request, &response), VELMORA_OK) << c.name;
-    int valid = -1;
-    int32_t tipo = 0;
-    const char* failure = nullptr;
-    velmora_CRespuestaPeticion_DatosValidos(response, &valid);
-    velmora_CRespuestaPeticion_TipoRespuesta(response, &tipo);
-    velmora_CRespuestaPeticion_FalloEjecutor(response, &failure);
-    EXPECT_EQ(valid, c.valid) << c.name;
-    EXPECT_EQ(tipo, VELMORA_rspInternal) << c.name;
+    const char* failure = Get(velmora_CRespuestaPeticion_FalloEjecutor, response);
+    EXPECT_EQ(Get(velmora_CRespuestaPeticion_DatosValidos, response), c.valid) << c.name;
+    EXPECT_EQ(Get(velmora_CRespuestaPeticion_TipoRespuesta, response), VELMORA_rspInternal) << c.name;
     EXPECT_EQ(std::string(failure).rfind(c.failure, 0), 0u) << c.name << ": " << failure;
     const std::string numbers = " " + ErrorNumbers(iface);
     for (const std::string& n : c.expectedErrors) EXPECT_NE(numbers.find(" " + n), std::string::npos) << c.name << ": " << numbers;

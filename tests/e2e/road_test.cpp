@@ -26,6 +26,7 @@ namespace {
 using testing::CompleteRequest;
 using testing::ErrorNumbers;
 using testing::InterfaceFixture;
+using Finish = testing::Outcome;
 using testing::SimulatorProcess;
 
 std::string Ini(const SimulatorProcess& sim, const std::string& timeOut = "10") {
@@ -34,28 +35,21 @@ std::string Ini(const SimulatorProcess& sim, const std::string& timeOut = "10") 
   return ini;
 }
 
-struct Finish {
-  bool raised = false;
-  bool correcto = false;
-  ResponseTypeEnum type = rspInternal;
-};
-
-void Watch(CInterface& iface, Finish& f) {
-  iface.AlTerminarSolicitudDispensacion = [&f](bool c, ResponseTypeEnum t) {
-    f.raised = true;
-    f.correcto = c;
-    f.type = t;
-  };
+// One dispensation against the simulator; `prepare` changes the request first.
+std::unique_ptr<CRespuestaPeticion> Dispense(CInterface& iface, const std::string& scenario,
+                                             const std::function<void(CPeticionDispensacion&)>& prepare = {}) {
+  auto request = CompleteRequest();
+  request.CodigoDispensado = scenario;
+  if (prepare) prepare(request);
+  return iface.SolicitudDispensacion(request);
 }
 
 TEST(Road, AcceptedDispensationComesBackFromTheService) {
   SimulatorProcess sim;
   InterfaceFixture f(Ini(sim));
   CInterface iface;
-  Finish finish;
-  Watch(iface, finish);
-  auto request = CompleteRequest();
-  auto response = iface.SolicitudDispensacion(request);
+  Finish finish(iface);
+  auto response = Dispense(iface, "654321");
   EXPECT_TRUE(response->DatosValidos);
   EXPECT_TRUE(response->DispensacionRealizada());
   EXPECT_TRUE(finish.correcto);
@@ -64,8 +58,7 @@ TEST(Road, AcceptedDispensationComesBackFromTheService) {
   // What went on the wire was this request.
   const auto records = sim.Records();
   ASSERT_EQ(records.size(), 1u);
-  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("<claveUsuario>clave</claveUsuario>"), std::string::npos)
-      << records[0];
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("<claveUsuario>clave</claveUsuario>"), std::string::npos) << records[0];
   // Both processes left their marks in one audit record and the counters moved.
   const std::string audit = f.folder.Path("Auditoria/audit.log");
   for (const char* key : {"PETICION_GENERADA", "MENSAJE_ENVIADO", "MENSAJE_RECIBIDO"})
@@ -83,11 +76,8 @@ TEST(Road, ServiceFailuresFallBackToTheInternalResponse) {
   for (const char* scenario : scenarios) {
     InterfaceFixture f(Ini(sim, "2"));
     CInterface iface;
-    Finish finish;
-    Watch(iface, finish);
-    auto request = CompleteRequest();
-    request.CodigoDispensado = scenario;
-    auto response = iface.SolicitudDispensacion(request);
+    Finish finish(iface);
+    auto response = Dispense(iface, scenario);
     EXPECT_TRUE(response->DatosValidos) << scenario;
     EXPECT_FALSE(finish.correcto) << scenario;
     EXPECT_EQ(finish.type, rspInternal) << scenario;
@@ -136,8 +126,7 @@ TEST(Road, FolderLocksHeldElsewhereDoNotHoldTheTill) {
   EXPECT_EQ(f.Log().find("CAuditor.Save:(70)"), std::string::npos) << f.Log();
   holder.reset();
   std::optional<std::string> record;
-  ASSERT_TRUE(audit::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record));
-  ASSERT_TRUE(record.has_value());
+  ASSERT_TRUE(audit::ReadTrailSection(f.folder.Path("Auditoria/audit.log"), "RX001", record) && record.has_value());
   EXPECT_NE(record->find("PETICION_GENERADA=Si"), std::string::npos) << *record;
   EXPECT_NE(record->find("RESPUESTA_GENERADA="), std::string::npos) << *record;
 }
@@ -168,8 +157,7 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
     if (!c.home) unsetenv("HOME"), unsetenv("XDG_DATA_HOME");
     if (!c.accountHome) os::SetAccountHomeForTesting([] { return std::string(); });
     CInterface iface;
-    Finish finish;
-    Watch(iface, finish);
+    Finish finish(iface);
     CListadoDispensaciones list;
     auto request = CompleteRequest();
     ASSERT_TRUE(list.aniadirDispensacion(request));
@@ -187,12 +175,6 @@ TEST(Road, APrintedBatchIsSentWhateverThePrintingSideDoes) {
     EXPECT_EQ(viewed, c.errors.empty()) << c.name << ": " << f.folder.Read("viewed.txt");
   }
 }
-
-}  // namespace
-}  // namespace velmora
-
-namespace velmora {
-namespace {
 
 // The children of this process as pid and state ('Z': ended, never reaped), by command name.
 std::vector<std::pair<int, char>> Children(const std::string& comm) {
@@ -224,11 +206,8 @@ TEST(Road, LateAnswerWithADefaultFileGivesTheDefaultThenGoesAside) {
   f.folder.Write("defrespo.xml",
                  "<RespuestaPeticion><NAvisos>1</NAvisos><codigoAviso><i>7777</i></codigoAviso></RespuestaPeticion>");
   CInterface iface;
-  Finish finish;
-  Watch(iface, finish);
-  auto request = CompleteRequest();
-  request.CodigoDispensado = "sim:slow-3";
-  auto response = iface.SolicitudDispensacion(request);
+  Finish finish(iface);
+  auto response = Dispense(iface, "sim:slow-3");
   EXPECT_EQ(finish.type, rspDefault);
   EXPECT_EQ(*response->m_colCodigoAviso.Item(1), "7777");
   EXPECT_TRUE(testing::WaitFor([&] { return f.Exists("Retrasados/RX001.xml"); }, std::chrono::seconds(20)));
@@ -239,12 +218,9 @@ TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
   SimulatorProcess sim;
   InterfaceFixture f(Ini(sim));
   CInterface iface;
-  Finish finish;
-  Watch(iface, finish);
-  auto request = CompleteRequest();
+  Finish finish(iface);
   // The id travels as one argument, blanks and all; the rest is only text.
-  request.IDPrescripcion = "RX;$(touch m1)`touch m2`|touch m3>m4 & x";
-  auto response = iface.SolicitudDispensacion(request);
+  auto response = Dispense(iface, "654321", [](auto& r) { r.IDPrescripcion = "RX;$(touch m1)`touch m2`|touch m3>m4 & x"; });
   EXPECT_EQ(finish.type, rspReceived);
   EXPECT_TRUE(response->DispensacionRealizada());
   for (const char* marker : {"m1", "m2", "m3", "m4"}) {
@@ -253,33 +229,21 @@ TEST(Road, ShellMetacharactersInTheIdentifierRunNothingButTheExecutor) {
   }
   const auto records = sim.Records();
   ASSERT_EQ(records.size(), 1u);
-  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("RX;$(touch m1)`touch m2`|touch m3&gt;m4 &amp; x<"), std::string::npos)
-      << records[0];
+  EXPECT_NE(SimulatorProcess::Field(records[0], "body").find("RX;$(touch m1)`touch m2`|touch m3&gt;m4 &amp; x<"), std::string::npos) << records[0];
 }
 
 TEST(Road, AnAnswerIsTakenAsSoonAsItIsMarkedAndNoExecutorIsLeftAZombie) {
   SimulatorProcess sim;
   InterfaceFixture f(Ini(sim, "30"));
   CInterface iface;
-  auto request = CompleteRequest();
-  request.CodigoDispensado = "sim:slow-1";
   const auto start = std::chrono::steady_clock::now();
-  auto response = iface.SolicitudDispensacion(request);
+  auto response = Dispense(iface, "sim:slow-1");
   const auto took = std::chrono::steady_clock::now() - start;
   EXPECT_TRUE(response->DispensacionRealizada());
   // The service answers after a second; a wait that only looked again a whole second later would
   // take two or more. The folder watch wakes the wait when the mark is set.
   EXPECT_LT(took, std::chrono::milliseconds(1900));
   EXPECT_TRUE(testing::WaitFor([] { return ZombieChildren() == 0; }, std::chrono::seconds(10)));
-}
-
-// One dispensation against the simulator; `prepare` changes the request first.
-std::unique_ptr<CRespuestaPeticion> Dispense(CInterface& iface, const std::string& scenario,
-                                             const std::function<void(CPeticionDispensacion&)>& prepare = {}) {
-  auto request = CompleteRequest();
-  request.CodigoDispensado = scenario;
-  if (prepare) prepare(request);
-  return iface.SolicitudDispensacion(request);
 }
 
 // The clock is fixed: both stamps fall in one second.
@@ -356,8 +320,7 @@ TEST(Counter, RefusedServiceAnswersAtOnceWithTheTimeOutsFallback) {
   }
   InterfaceFixture f;  // the ini names a port that refuses, with PeticionTimeOut=5
   CInterface iface;
-  Finish finish;
-  Watch(iface, finish);
+  Finish finish(iface);
   const auto start = std::chrono::steady_clock::now();
   auto response = Dispense(iface, "654321");
   // A tenth of the five seconds a time-out would take (about 60 ms here, under sanitizers).

@@ -6,6 +6,7 @@
 
 #include "os/attributes.h"
 #include "support/context_fixture.h"
+#include "velmora/interface.h"
 #include "velmora/messages.h"
 
 namespace velmora::testing {
@@ -34,21 +35,22 @@ class InterfaceFixture : public ContextFixture {
 
 inline CPeticionDispensacion CompleteRequest() {
   CPeticionDispensacion r;
-  r.ClaveUsuario = "clave";
-  r.IdUsuario = "U1";
-  r.Idioma = "es";
-  r.FechaDispensacion = "03/02/2024";
-  r.IdFarmacia = "F1";
-  r.IdFarmaceutico = "FC1";
-  r.EnvasesDispensados = "1";
-  r.Importe = "10,50";
-  r.ImporteAportacion = "4,20";
-  r.IdProvincia = "48";
-  r.Tis = "T1";
-  r.CodigoDispensado = "654321";
-  r.IDPrescripcion = "RX001";
+  r.ClaveUsuario = "clave", r.IdUsuario = "U1", r.Idioma = "es", r.FechaDispensacion = "03/02/2024", r.IdFarmacia = "F1";
+  r.IdFarmaceutico = "FC1", r.EnvasesDispensados = "1", r.Importe = "10,50", r.ImporteAportacion = "4,20";
+  r.IdProvincia = "48", r.Tis = "T1", r.CodigoDispensado = "654321", r.IDPrescripcion = "RX001";
   return r;
 }
+
+// What the till's callbacks were told: the id a dispensation started with and how it ended.
+struct Outcome {
+  explicit Outcome(CInterface& iface) {
+    iface.AlIniciarSolicitudDispensacion = [this](const std::string& id) { started = id; };
+    iface.AlTerminarSolicitudDispensacion = [this](bool c, ResponseTypeEnum t) { raised = true, correcto = c, type = t; };
+  }
+  bool raised = false, correcto = false;
+  ResponseTypeEnum type = rspReceived;
+  std::string started;
+};
 
 inline std::string ErrorNumbers(CError& errors) {
   std::string out;

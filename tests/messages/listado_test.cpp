@@ -12,24 +12,10 @@ class ListadoTest : public MessagesTest {
  protected:
   static CPeticionDispensacion Request(const std::string& id) {
     CPeticionDispensacion p;
-    p.Importe = "10";
-    p.ImporteAportacion = "1";
-    p.IdFarmacia = "F1";
-    p.FechaDispensacion = "03/02/2024";
-    p.IDPrescripcion = id;
-    p.Idioma = "es";
-    p.IdUsuario = "U";
-    p.IdFarmaceutico = "FA";
-    p.ClaveUsuario = "K";
-    p.EnvasesDispensados = "1";
-    p.NumeroReceta = "NR-own";
-    p.IdProvincia = "48";
-    p.CodigoDispensado = "C1";
-    p.Tis = "T";
-    p.Lector = "READ1";
-    p.NombrePaciente = "Paciente";
-    p.NombreMedicamento = "Medicamento";
-    p.NecesitaVisado = "S";
+    p.Importe = "10", p.ImporteAportacion = "1", p.IdFarmacia = "F1", p.FechaDispensacion = "03/02/2024";
+    p.IDPrescripcion = id, p.Idioma = "es", p.IdUsuario = "U", p.IdFarmaceutico = "FA", p.ClaveUsuario = "K";
+    p.EnvasesDispensados = "1", p.NumeroReceta = "NR-own", p.IdProvincia = "48", p.CodigoDispensado = "C1", p.Tis = "T";
+    p.Lector = "READ1", p.NombrePaciente = "Paciente", p.NombreMedicamento = "Medicamento", p.NecesitaVisado = "S";
     return p;
   }
 };
@@ -37,12 +23,8 @@ class ListadoTest : public MessagesTest {
 TEST_F(ListadoTest, TheCopyCarriesTheReaderAsItsPrescriptionNumber) {
   CListadoDispensaciones batch;
   CPeticionDispensacion p = Request("RX1");
-  p.CodigoColegiadoPrescriptor = "CP";
-  p.FechaPrescripcion = "01/01/2024";
-  p.FormulaMagistral = "FM";
-  p.RegimenReceta = Pensionista;
-  p.TipoPrescripcion = Principio_Activo;
-  p.SaveSOAPMsgToFile = true;
+  p.CodigoColegiadoPrescriptor = "CP", p.FechaPrescripcion = "01/01/2024", p.FormulaMagistral = "FM";
+  p.RegimenReceta = Pensionista, p.TipoPrescripcion = Principio_Activo, p.SaveSOAPMsgToFile = true;
   ASSERT_TRUE(batch.aniadirDispensacion(p));
   const CPeticionDispensacion& c = *batch.Dispensaciones().Item(1);
   EXPECT_EQ(c.NumeroReceta, "READ1");
@@ -91,45 +73,25 @@ TEST_F(ListadoTest, BatchBodyTakesPharmacyAndUserFromTheFirstItem) {
   CListadoDispensaciones batch;
   CPeticionDispensacion a = Request("RX1");
   CPeticionDispensacion b = Request("ITPB");
-  b.IdFarmacia = "F2";
-  b.Lector = "READ2";
-  b.TipoPrescripcion = Efectos_Y_Accesorios;
+  b.IdFarmacia = "F2", b.Lector = "READ2", b.TipoPrescripcion = Efectos_Y_Accesorios;
   ASSERT_TRUE(batch.aniadirDispensacion(a));
   ASSERT_TRUE(batch.aniadirDispensacion(b));
   const std::string expected =
       "<PeticionDispensacion " + kEsquema + "> "
-      "<codFarmacia >F1</codFarmacia>\r\n"
-      "<idioma >es</idioma>\r\n"
-      "<idUsuario >U</idUsuario>\r\n"
-      "<idFarmaceutico >FA</idFarmaceutico>\r\n"
-      "<claveUsuario >K</claveUsuario>\r\n"
-      "<codProvincia >48</codProvincia>\r\n"
+      "<codFarmacia >F1</codFarmacia>\r\n<idioma >es</idioma>\r\n<idUsuario >U</idUsuario>\r\n"
+      "<idFarmaceutico >FA</idFarmaceutico>\r\n<claveUsuario >K</claveUsuario>\r\n<codProvincia >48</codProvincia>\r\n"
       "<dispensaciones >\r\n"
-      "<P70ItemPeticionDispensacion>"
-      "<importe >10</importe>\r\n"
-      "<importeAportacion >1</importeAportacion>\r\n"
-      "<fechaDispensacion >20240203</fechaDispensacion>\r\n"
-      "<envasesDispensados >1</envasesDispensados>\r\n"
-      "<numeroReceta >READ1</numeroReceta>\r\n"
-      "<codigoDispensado >C1</codigoDispensado>\r\n"
-      "<idPrescripcion >RX1</idPrescripcion>\r\n"
-      "</P70ItemPeticionDispensacion>\r\n"
-      "<P70ItemPeticionDispensacion>"
-      "<importe >10</importe>\r\n"
-      "<importeAportacion >1</importeAportacion>\r\n"
-      "<fechaDispensacion >20240203</fechaDispensacion>\r\n"
-      "<envasesDispensados >1</envasesDispensados>\r\n"
-      "<numeroReceta >READ2</numeroReceta>\r\n"
-      "<codigoDispensado >C1</codigoDispensado>\r\n"
-      "<idPrescripcion ></idPrescripcion>\r\n"
-      "<codColegiadoPrescriptor ></codColegiadoPrescriptor>\r\n"
-      "<fechaPrescripcion ></fechaPrescripcion>\r\n"
-      "<TIS >T</TIS>\r\n"
-      "<nombreFormula ></nombreFormula>\r\n"
-      "<tipoPrescripcion >5</tipoPrescripcion>\r\n"
-      "</P70ItemPeticionDispensacion>\r\n"
-      "</dispensaciones>\r\n"
-      "</PeticionDispensacion>\r\n";
+      "<P70ItemPeticionDispensacion><importe >10</importe>\r\n<importeAportacion >1</importeAportacion>\r\n"
+      "<fechaDispensacion >20240203</fechaDispensacion>\r\n<envasesDispensados >1</envasesDispensados>\r\n"
+      "<numeroReceta >READ1</numeroReceta>\r\n<codigoDispensado >C1</codigoDispensado>\r\n"
+      "<idPrescripcion >RX1</idPrescripcion>\r\n</P70ItemPeticionDispensacion>\r\n"
+      "<P70ItemPeticionDispensacion><importe >10</importe>\r\n<importeAportacion >1</importeAportacion>\r\n"
+      "<fechaDispensacion >20240203</fechaDispensacion>\r\n<envasesDispensados >1</envasesDispensados>\r\n"
+      "<numeroReceta >READ2</numeroReceta>\r\n<codigoDispensado >C1</codigoDispensado>\r\n"
+      "<idPrescripcion ></idPrescripcion>\r\n<codColegiadoPrescriptor ></codColegiadoPrescriptor>\r\n"
+      "<fechaPrescripcion ></fechaPrescripcion>\r\n<TIS >T</TIS>\r\n<nombreFormula ></nombreFormula>\r\n"
+      "<tipoPrescripcion >5</tipoPrescripcion>\r\n</P70ItemPeticionDispensacion>\r\n"
+      "</dispensaciones>\r\n</PeticionDispensacion>\r\n";
   EXPECT_EQ(batch.ToString(false), expected);
   EXPECT_EQ(batch.ToString(), expected);
   const std::string env = batch.ToString(true);

@@ -17,23 +17,10 @@ class PeticionTest : public MessagesTest {
  protected:
   static CPeticionDispensacion Filled() {
     CPeticionDispensacion p;
-    p.Importe = "12,50";
-    p.ImporteAportacion = "1,25";
-    p.IdFarmacia = "F1";
-    p.FechaDispensacion = "03/02/2024";
-    p.IDPrescripcion = "RX123";
-    p.Idioma = "es";
-    p.IdUsuario = "U";
-    p.IdFarmaceutico = "FA";
-    p.ClaveUsuario = "secreto";
-    p.EnvasesDispensados = "2";
-    p.NumeroReceta = "NR";
-    p.IdProvincia = "48";
-    p.CodigoDispensado = "654321";
-    p.CodigoColegiadoPrescriptor = "CP";
-    p.FechaPrescripcion = "2024-01-15";
-    p.Tis = "T";
-    p.FormulaMagistral = "FM";
+    p.Importe = "12,50", p.ImporteAportacion = "1,25", p.IdFarmacia = "F1", p.FechaDispensacion = "03/02/2024";
+    p.IDPrescripcion = "RX123", p.Idioma = "es", p.IdUsuario = "U", p.IdFarmaceutico = "FA", p.ClaveUsuario = "secreto";
+    p.EnvasesDispensados = "2", p.NumeroReceta = "NR", p.IdProvincia = "48", p.CodigoDispensado = "654321";
+    p.CodigoColegiadoPrescriptor = "CP", p.FechaPrescripcion = "2024-01-15", p.Tis = "T", p.FormulaMagistral = "FM";
     p.Lector = "LEC";
     return p;
   }
@@ -57,31 +44,23 @@ TEST_F(PeticionTest, BodiesOfAnOrdinaryAndAnItpIdentifier) {
   // The ITP rule: the identifier is sent empty and the prescriber's details follow it.
   p.IDPrescripcion = "  ITP0001 ";
   p.TipoPrescripcion = Efectos_Y_Accesorios;
-  EXPECT_EQ(p.ToString(false),
-            kBodyHead +
-                "<idPrescripcion ></idPrescripcion>\r\n<codColegiadoPrescriptor >CP</codColegiadoPrescriptor>\r\n"
-                "<fechaPrescripcion >20240115</fechaPrescripcion>\r\n<TIS >T</TIS>\r\n"
-                "<nombreFormula >FM</nombreFormula>\r\n<tipoPrescripcion >5</tipoPrescripcion>\r\n"
-                "</PeticionDispensacion>\r\n");
+  EXPECT_EQ(p.ToString(false), kBodyHead +
+                                    "<idPrescripcion ></idPrescripcion>\r\n<codColegiadoPrescriptor >CP</codColegiadoPrescriptor>\r\n"
+                                    "<fechaPrescripcion >20240115</fechaPrescripcion>\r\n<TIS >T</TIS>\r\n<nombreFormula >FM</nombreFormula>\r\n"
+                                    "<tipoPrescripcion >5</tipoPrescripcion>\r\n</PeticionDispensacion>\r\n");
   p.RegimenReceta = Trabajador;
-  EXPECT_NE(p.ToString(false).find("<regimenReceta >0</regimenReceta>\r\n<tipoPrescripcion >5</tipoPrescripcion>\r\n"),
-            std::string::npos);
+  EXPECT_NE(p.ToString(false).find("<regimenReceta >0</regimenReceta>\r\n<tipoPrescripcion >5</tipoPrescripcion>\r\n"), std::string::npos);
 
   p.IDPrescripcion = "itp0001 ";  // the prefix is matched case-sensitively
-  EXPECT_NE(p.ToString(false).find("<idPrescripcion >itp0001 </idPrescripcion>\r\n</PeticionDispensacion>"),
-            std::string::npos);
+  EXPECT_NE(p.ToString(false).find("<idPrescripcion >itp0001 </idPrescripcion>\r\n</PeticionDispensacion>"), std::string::npos);
   EXPECT_EQ(p.ToString(false).find("codColegiadoPrescriptor"), std::string::npos);
 }
 
 TEST_F(PeticionTest, EnvelopeHasTheHeaderAndTheFooterReplacedWhole) {
   CPeticionDispensacion p = Filled();
   const std::string header =
-      "<?xml version='1.0' encoding='UTF-8'?>"
-      "<SOAP-ENV:Envelope xmlns:SOAP-ENV='http://schemas.xmlsoap.org/soap/envelope/' "
-      "xmlns:SOAP-ENC='http://schemas.xmlsoap.org/soap/encoding/' " +
-      kEsquema +
-      ">"
-      "<SOAP-ENV:Body><ns0:solicitudDispensacion xmlns:ns0='urn:Dispensacion' "
+      "<?xml version='1.0' encoding='UTF-8'?><SOAP-ENV:Envelope xmlns:SOAP-ENV='http://schemas.xmlsoap.org/soap/envelope/' "
+      "xmlns:SOAP-ENC='http://schemas.xmlsoap.org/soap/encoding/' " + kEsquema + "><SOAP-ENV:Body><ns0:solicitudDispensacion xmlns:ns0='urn:Dispensacion' "
       "SOAP-ENV:encodingStyle='http://schemas.xmlsoap.org/soap/encoding/'>"
       "<arg0 xsi:type='bean:PeticionDispensacion' xmlns:bean='java:dispensacion.ejb'>\r\n";
   EXPECT_EQ(p.ToString(true), header + p.ToString(false) + "</SOAP-ENV:Envelope>");
@@ -124,11 +103,7 @@ TEST_F(PeticionTest, DatesThatAreNotDatesGive32004AndAnEmptyElement) {
 TEST_F(PeticionTest, RequiredFieldsTable) {
   using P = CPeticionDispensacion;
   // The empty-identifier cases start from a request whose details are otherwise complete.
-  auto noId = [](P& p) {
-    p.IDPrescripcion = "";
-    p.RegimenReceta = Trabajador;
-    p.TipoPrescripcion = Principio_Activo;
-  };
+  auto noId = [](P& p) { p.IDPrescripcion = "", p.RegimenReceta = Trabajador, p.TipoPrescripcion = Principio_Activo; };
   // What MissingFields names for each change; "" for a request that can be sent.
   const std::vector<std::pair<std::function<void(P&)>, const char*>> cases = {
       {[](P&) {}, ""},
@@ -157,8 +132,7 @@ TEST_F(PeticionTest, RequiredFieldsTable) {
     EXPECT_EQ(p.IObject_RequiredFields(), missing.empty()) << expected;
     EXPECT_EQ(p.RequiredFields(), missing.empty()) << expected;
   }
-  EXPECT_TRUE(LogHas("CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han "
-                     "establecido"));
+  EXPECT_TRUE(LogHas("CPeticionDispensacion.IObject_RequiredFields:Comprobando que todos los campos requeridos se han establecido"));
 }
 
 TEST_F(PeticionTest, ToXMLFileSavesTheParsedBodyPrivately) {

@@ -15,22 +15,15 @@ const char* kFailureText =
     "archivo de log para determinar la causa del error";
 
 const char* kRejected =
-    "<RespuestaPeticion>"
-    "<ResultResp>1</ResultResp>"
-    "<Respuestas>"
-    "<item><CodResp>10</CodResp><DescResp>Uno</DescResp><CodDisp>C1</CodDisp><TipResp>1</TipResp></item>"
+    "<RespuestaPeticion><ResultResp>1</ResultResp><Respuestas><item><CodResp>10</CodResp><DescResp>Uno</DescResp><CodDisp>C1</CodDisp><TipResp>1</TipResp></item>"
     "<item><codresp>20</codresp><descresp>Dos</descresp><coddisp>C2</coddisp><tipresp>2</tipresp></item>"
     "<p:item xmlns:p='urn:p'><p:CodResp>30</p:CodResp><p:DescResp>Tres</p:DescResp><p:CodDisp>C3</p:CodDisp>"
-    "<p:TipResp>3</p:TipResp><p:Otro>x</p:Otro></p:item>"
-    "</Respuestas>"
-    "</RespuestaPeticion>";
+    "<p:TipResp>3</p:TipResp><p:Otro>x</p:Otro></p:item></Respuestas></RespuestaPeticion>";
 
 class RespDispensacionesTest : public MessagesTest {};
 
 TEST_F(RespDispensacionesTest, AcceptedBatchDoesNotReadTheRows) {
-  folder.Write("Recibidos/ok.xml",
-                "<RespuestaPeticion><resultresp>0</resultresp><Respuestas><i><CodResp>1</CodResp></i></Respuestas>"
-                "</RespuestaPeticion>");
+  folder.Write("Recibidos/ok.xml", "<RespuestaPeticion><resultresp>0</resultresp><Respuestas><i><CodResp>1</CodResp></i></Respuestas></RespuestaPeticion>");
   CRespDispensaciones r;
   ASSERT_TRUE(r.FromXMLFile(folder.Path("Recibidos/ok.xml")));
   EXPECT_TRUE(r.blnCodigoErrorDisp);
@@ -98,10 +91,7 @@ TEST_F(RespDispensacionesTest, InternalResponseHoldsTheConfiguredRow) {
   EXPECT_FALSE(r.DispensacionRealizada());
   ASSERT_EQ(r.ResultadoDispensacion().Count(), 1u);
   const CRespError& row = *r.ResultadoDispensacion().Item(1);
-  EXPECT_EQ(row.Codigo, "1");
-  EXPECT_EQ(row.Description, "9999");
-  EXPECT_EQ(row.TipoRespuesta, "9999");
-  EXPECT_EQ(row.CodigoDispensado, "9999");
+  EXPECT_EQ(row.Codigo + "|" + row.Description + "|" + row.TipoRespuesta + "|" + row.CodigoDispensado, "1|9999|9999|9999");
   EXPECT_NE(r.ToString(false).find("<ResultResp >1</ResultResp>"), std::string::npos);
   EXPECT_EQ(ErrorCount(), 0u);
 }
@@ -113,10 +103,8 @@ TEST_F(RespDispensacionesTest, ForcedResponseStartsWithTheFailureRow) {
   EXPECT_EQ(LastError()->Source, "CRespDispensaciones.SetInternalResponse");
   ASSERT_EQ(r.ResultadoDispensacion().Count(), 2u);
   const CRespError& fail = *r.ResultadoDispensacion().Item(1);
-  EXPECT_EQ(fail.Codigo, "99999");
-  EXPECT_EQ(fail.Description, kFailureText);
-  EXPECT_EQ(fail.TipoRespuesta, "1");
-  EXPECT_EQ(fail.CodigoDispensado, "99999");
+  EXPECT_EQ(fail.Codigo + "|" + fail.Description + "|" + fail.TipoRespuesta + "|" + fail.CodigoDispensado,
+            "99999|" + std::string(kFailureText) + "|1|99999");
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Codigo, "1");
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Description, "9999");
 

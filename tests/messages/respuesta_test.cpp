@@ -103,14 +103,10 @@ TEST_F(RespuestaTest, NonNumericCountIsZeroAndTextsAreStillRead) {
 
 TEST_F(RespuestaTest, RoundTripThroughTheFile) {
   CRespuestaPeticion r;
-  r.m_intNAvisos = 2;
-  r.m_intNMotivosRechazo = 1;
-  r.m_colTextoAviso.Add("Aviso 1");
-  r.m_colTextoAviso.Add(" año ");
-  r.m_colCodigoAviso.Add("0001");
-  r.m_colCodigoAviso.Add("0000");
-  r.m_colTextoMotivosRechazo.Add("Rechazo");
-  r.m_colCodigoMotivosRechazo.Add("R9");
+  r.m_intNAvisos = 2, r.m_intNMotivosRechazo = 1;
+  r.m_colTextoAviso.Add("Aviso 1"), r.m_colTextoAviso.Add(" año ");
+  r.m_colCodigoAviso.Add("0001"), r.m_colCodigoAviso.Add("0000");
+  r.m_colTextoMotivosRechazo.Add("Rechazo"), r.m_colCodigoMotivosRechazo.Add("R9");
   const std::string path = folder.Path("Recibidos/RT.xml");
   ASSERT_TRUE(r.ToXMLFile(path));
   EXPECT_TRUE(LogHas("CRespuestaPeticion.ToXML:Generando archivo " + path + " con la respuesta de la dispensación"));
@@ -169,12 +165,9 @@ TEST_F(RespuestaTest, InternalResponseFromTheIni) {
 class RespuestaEmptyCountTest : public MessagesTest {
  protected:
   RespuestaEmptyCountTest()
-      : MessagesTest(RuntimeFolder::MakeIni({{"Configuracion", {{"CodigoDispensacionCorrecta", "0000"}}},
-                                             {"RespuestaDefecto",
-                                              {{"CodigoAviso", "0000"},
-                                               {"NumAvisos", ""},
-                                               {"CodigoMotivosRechazo", "R"},
-                                               {"NumMotivosRechazo", "x"}}}})) {}
+      : MessagesTest(RuntimeFolder::MakeIni(
+            {{"Configuracion", {{"CodigoDispensacionCorrecta", "0000"}}},
+             {"RespuestaDefecto", {{"CodigoAviso", "0000"}, {"NumAvisos", ""}, {"CodigoMotivosRechazo", "R"}, {"NumMotivosRechazo", "x"}}}})) {}
 };
 
 TEST_F(RespuestaEmptyCountTest, NonNumericCountsTakeTheListSizes) {
@@ -193,15 +186,11 @@ TEST_F(RespuestaTest, ForcedInternalResponseRecords32013AndCarriesTheErrorInterf
   ASSERT_EQ(ErrorCount(), 1u);
   EXPECT_EQ(LastErrorNumber(), 32013);
   EXPECT_EQ(LastError()->Source, "CRespuestaPeticion.SetInternalResponse");
-  EXPECT_EQ(LastError()->Description,
-            "Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación");
+  EXPECT_EQ(LastError()->Description, "Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación");
   EXPECT_TRUE(LogHas("CRespuestaPeticion.SetInternalResponse:(32013)Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación"));
   EXPECT_EQ(Items(r.m_colCodigoMotivosRechazo), (std::vector<std::string>{"99999", ""}));
   EXPECT_EQ(Items(r.m_colTextoMotivosRechazo),
-            (std::vector<std::string>{
-                "errorInterface velmora:(32013)Se ha forzado la respuesta interna de 'Interface Velmora' para la "
-                "dispensación",
-                ""}));
+            (std::vector<std::string>{"errorInterface velmora:(32013)Se ha forzado la respuesta interna de 'Interface Velmora' para la dispensación", ""}));
   EXPECT_EQ(r.m_intNMotivosRechazo, 0);  // the ini's NumMotivosRechazo
   EXPECT_EQ(Items(r.m_colCodigoAviso), std::vector<std::string>{"9999"});
   // The entry survives the file.
@@ -222,8 +211,7 @@ TEST_F(RespuestaNoIniTest, MissingIniGives32001AndOnlyTheErrorInterfaceEntry) {
   EXPECT_EQ(LastErrorNumber(), 32001);
   EXPECT_EQ(Items(r.m_colCodigoMotivosRechazo), std::vector<std::string>{"99999"});
   EXPECT_EQ(Items(r.m_colTextoMotivosRechazo),
-            std::vector<std::string>{
-                "errorInterface velmora:(32001)No se puede leer la información del archivo de inicialización (.ini)"});
+            std::vector<std::string>{"errorInterface velmora:(32001)No se puede leer la información del archivo de inicialización (.ini)"});
   EXPECT_EQ(r.m_intNMotivosRechazo, 1);
   EXPECT_EQ(r.m_colCodigoAviso.Count(), 0u);
 

@@ -9,11 +9,8 @@ namespace {
 
 TEST_F(PdfTest, EmptyDocumentIsTheSkeletonByteForByte) {
   ASSERT_EQ(kHeaderAndInfo.size(), 198u);
-  const std::string expected = kHeaderAndInfo +
-                               Resources("") +                          // 198; "": the empty font list
-                               kCatalog +                               // 234
-                               kNoPages +                               // 283
-                               XrefAndTrailer({15, 234, 283, 198}, 353);
+  // At 198 the resources ("": the empty font list), 234 the catalog, 283 the pages.
+  const std::string expected = kHeaderAndInfo + Resources("") + kCatalog + kNoPages + XrefAndTrailer({15, 234, 283, 198}, 353);
   cPDF memory;
   std::string name;
   ASSERT_TRUE(memory.PDFCreate(name));
@@ -33,13 +30,9 @@ TEST_F(PdfTest, OnePageWithOneType1FontByteForByte) {
       kCatalog +                                                                              // 589
       Dict(3, {"/Type /Pages", "/Count 1", "/Kids [ 5 0 R ]", "/Resources 4 0 R"}) +          // 638
       XrefAndTrailer({15, 589, 638, 543, 198, 296, 445, 463}, 714);
-  EXPECT_EQ(WriteChecked("type1.pdf",
-                         [](cPDF& pdf) {
-                           pdf.NewPage(A4_Vertical);
-                           pdf.Fonts.Add("F1", "Helvetica", Type1);
-                           pdf.WText(100, 50, "Hola", "F1", 12);
-                         }),
-            expected);
+  EXPECT_EQ(WriteChecked("type1.pdf", [](cPDF& pdf) {
+    pdf.NewPage(A4_Vertical), pdf.Fonts.Add("F1", "Helvetica", Type1), pdf.WText(100, 50, "Hola", "F1", 12);
+  }), expected);
 }
 
 TEST_F(PdfTest, PageSizesAndMediaBox) {
@@ -49,8 +42,7 @@ TEST_F(PdfTest, PageSizesAndMediaBox) {
     const char* box;
   };
   for (Row row : {Row{A4_Horizontal, 0, 0, "/MediaBox [ 0 0 842 595]"}, Row{Folio_Vertical, 0, 0, "/MediaBox [ 0 0 612 792]"},
-                  Row{Folio_Horizontal, 0, 0, "/MediaBox [ 0 0 792 612]"},
-                  Row{UsarAnchoAlto, 300, 400, "/MediaBox [ 0 0 300 400]"},
+                  Row{Folio_Horizontal, 0, 0, "/MediaBox [ 0 0 792 612]"}, Row{UsarAnchoAlto, 300, 400, "/MediaBox [ 0 0 300 400]"},
                   Row{static_cast<Page_Size>(9), 100, 200, "/MediaBox [ 0 0 100 200]"}}) {
     std::string doc = InMemory([&](cPDF& pdf) { pdf.NewPage(row.size, row.w, row.h); });
     EXPECT_NE(doc.find(std::string(row.box) + "\r"), std::string::npos) << row.box;
@@ -60,9 +52,7 @@ TEST_F(PdfTest, PageSizesAndMediaBox) {
 
 TEST_F(PdfTest, PropertiesAreWrittenUnescaped) {
   cPDF pdf;
-  pdf.Author = "Ana (jefa)";
-  pdf.Title = "Receta \\ 1";
-  pdf.CreationDate = {2001, 2, 3, 4, 5, 6};
+  pdf.Author = "Ana (jefa)", pdf.Title = "Receta \\ 1", pdf.CreationDate = {2001, 2, 3, 4, 5, 6};
   ASSERT_TRUE(pdf.PDFCreate());
   pdf.PDFClose();
   const std::string doc = AsString(pdf.GetPDFStream());
@@ -159,7 +149,6 @@ TEST_F(PdfTest, NumberAndTextFormatsAtTheirEdges) {
 // never raised.
 TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
   std::string marker = Path("viewed.txt");
-  // A viewer that records the file it was given.
   folder_->Write("viewer.sh", "#!/bin/sh\necho \"$1\" >> " + marker + "\n");
   chmod(Path("viewer.sh").c_str(), 0700);
   const std::string path = getenv("PATH");
@@ -173,8 +162,7 @@ TEST_F(PdfTest, ShowStartsTheConfiguredViewer) {
     EXPECT_EQ(failure ? failure->Number : 0, viewer == "no-such-viewer" ? 53 : 0) << viewer;
     EXPECT_EQ(failure ? failure->Description : "", viewer == "no-such-viewer" ? "No se encontró el archivo" : "");
   }
-  EXPECT_TRUE(WaitFor([&] { return ReadFile(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; },
-                      std::chrono::seconds(10)));
+  EXPECT_TRUE(WaitFor([&] { return ReadFile(marker) == Path("shown.pdf") + "\n" + Path("shown.pdf") + "\n"; }, std::chrono::seconds(10)));
   setenv("PATH", path.c_str(), 1);
 }
 

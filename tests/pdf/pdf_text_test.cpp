@@ -22,14 +22,8 @@ TEST_F(PdfTest, TrueTypeFontObjectsByteForByte) {
       XrefAndTrailer({15, 613, 662, 567, 198, 373}, 732);
   std::string bytes = WriteChecked("truetype.pdf", [](cPDF& pdf) {
     cFont& f = pdf.Fonts.Add("F1", "Times New Roman", TrueType, Bold);
-    f.Measured = true;
-    f.FirstChar = 32;
-    f.LastChar = 34;
-    f.Widths[32] = 900;
-    f.Widths[33] = 333;
-    f.Widths[34] = 408;
-    f.Ascent = 891;
-    f.Descent = 216;
+    f.Measured = true, f.FirstChar = 32, f.LastChar = 34, f.Ascent = 891, f.Descent = 216;
+    f.Widths[32] = 900, f.Widths[33] = 333, f.Widths[34] = 408;
   });
   EXPECT_EQ(bytes, expected);
 }
@@ -60,8 +54,7 @@ TEST_F(PdfTest, MetricsComeFromTheFaceOrItsMetricCompatibleStandIn) {
   for (const auto& [face, code, width] : {std::tuple{"Symbol", 'a', 631}, {"Symbol", ' ', 250},
                                           {"ZapfDingbats", '!', 974}, {"ZapfDingbats", 'n', 761}}) {
     cFont type1;
-    type1.BaseFont = face;
-    type1.fType = Type1;
+    type1.BaseFont = face, type1.fType = Type1;
     type1.Measure();
     EXPECT_EQ(type1.Widths[static_cast<size_t>(code)], width) << face << " " << code;
   }
@@ -137,8 +130,7 @@ TEST_F(TextBoxTest, WidthsAndBreaking) {
   EXPECT_EQ(pdf_.GetTextWidth("abc", "C", 10), 18.0);
   EXPECT_EQ(pdf_.BreakLines("aaa bbb ccc ddd", "C", 10, 70), (std::vector<std::string>{"aaa bbb ccc", "ddd"}));
   EXPECT_EQ(pdf_.BreakLines("abcdefghij", "C", 10, 30), (std::vector<std::string>{"abcde", "fghij"}));
-  EXPECT_EQ(pdf_.BreakLines("uno\r\ndos\n\ntres", "C", 10, 300),
-            (std::vector<std::string>{"uno", "dos", "", "tres"}));
+  EXPECT_EQ(pdf_.BreakLines("uno\r\ndos\n\ntres", "C", 10, 300), (std::vector<std::string>{"uno", "dos", "", "tres"}));
   EXPECT_EQ(pdf_.BreakLines("", "C", 10, 300), std::vector<std::string>{});
   EXPECT_EQ(pdf_.BreakLines("  a   b  ", "C", 10, 300), std::vector<std::string>{"a b"});
   EXPECT_EQ(pdf_.BreakLines("ñandú", "C", 10, 300), std::vector<std::string>{"ñandú"});
@@ -155,20 +147,15 @@ TEST_F(TextBoxTest, WidthsAndBreaking) {
 }
 
 TEST_F(TextBoxTest, HorizontalAndVerticalAlignment) {
-  auto y = [&](double fromTop) { return pdf::Fixed(842 - fromTop, 2); };
-  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hRight, vBottom);
-  EXPECT_EQ(Content(pdf_), CrLines({"BT", "/C 10 Tf", "0.0 0.0 0.0 rg",
-                                    "1 0 0 1 132.00 " + y(100 + 30 + Baseline()) + " Tm", "<616263> Tj", "ET"}));
-  size_t at = Content(pdf_).size();
-  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hCenter, vMiddle, 0x00FF00);
-  EXPECT_EQ(Content(pdf_).substr(at),
-            CrLines({"BT", "/C 10 Tf", "0.0 1.0 0.0 rg", "1 0 0 1 91.00 " + y(100 + 15 + Baseline()) + " Tm",
-                     "<616263> Tj", "ET"}));
-  at = Content(pdf_).size();
-  pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, hLeft, vTop, 0, 0, 0, false, 5);
-  EXPECT_EQ(Content(pdf_).substr(at),
-            CrLines({"BT", "/C 10 Tf", "0.0 0.0 0.0 rg", "1 0 0 1 55.00 " + y(105 + Baseline()) + " Tm", "<616263> Tj",
-                     "ET"}));
+  // Each box's text object: its colour, then where its line starts (x, and y down from the top).
+  for (const auto& [h, v, color, margin, rgb, x, fromTop] :
+       {std::tuple{hRight, vBottom, 0, 0, "0.0 0.0 0.0", "132.00", 130.0}, {hCenter, vMiddle, 0x00FF00, 0, "0.0 1.0 0.0", "91.00", 115.0},
+        {hLeft, vTop, 0, 5, "0.0 0.0 0.0", "55.00", 105.0}}) {
+    const size_t at = Content(pdf_).size();
+    pdf_.WTextBox(100, 50, 40, 100, "abc", "C", 10, h, v, color, 0, 0, false, static_cast<int16_t>(margin));
+    EXPECT_EQ(Content(pdf_).substr(at), CrLines({"BT", "/C 10 Tf", std::string(rgb) + " rg",
+                                                 "1 0 0 1 " + std::string(x) + " " + pdf::Fixed(842 - (fromTop + Baseline()), 2) + " Tm", "<616263> Tj", "ET"}));
+  }
 }
 
 TEST_F(TextBoxTest, JustifiedLinesSpreadTheirBlanks) {

@@ -26,10 +26,7 @@ using testing::RunProgram;
 std::string Hex(const std::string& bytes) {
   static const char* digits = "0123456789abcdef";
   std::string hex;
-  for (const unsigned char c : bytes) {
-    hex += digits[c >> 4];
-    hex += digits[c & 15];
-  }
+  for (const unsigned char c : bytes) hex += {digits[c >> 4], digits[c & 15]};
   return hex;
 }
 
@@ -43,37 +40,21 @@ class ReceiptTest : public ::testing::Test {
  protected:
   void SetUp() override {
     setenv("VELMORA_PDF_VIEWER", "", 1);
-    core::ThreadContext().MessageLog.Flags = 0;
-    core::ThreadContext().TraceLog.Flags = 0;
+    core::ThreadContext().MessageLog.Flags = core::ThreadContext().TraceLog.Flags = 0;
   }
 
   CPeticionDispensacion Request(const std::string& id, const std::string& tis, const std::string& date,
                                 RegimenRecetaEnum regimen) {
     CPeticionDispensacion r;
-    r.IDPrescripcion = id;
-    r.Tis = tis;
-    r.NombrePaciente = "María Pérez Ibáñez";
-    r.FechaPrescripcion = date;
-    r.CodigoColegiadoPrescriptor = "2812345";
-    r.CodigoDispensado = "654321";
-    r.EnvasesDispensados = "1";
-    r.NombreMedicamento = "Paracetamol 1 g 40 comprimidos";
-    r.RegimenReceta = regimen;
-    r.ClaveUsuario = "clave";
-    r.IdUsuario = "U01";
-    r.Idioma = "es";
-    r.FechaDispensacion = "03/02/2024";
-    r.IdFarmacia = "F001";
-    r.IdFarmaceutico = "FAR1";
-    r.Importe = "3,50";
-    r.ImporteAportacion = "1,20";
-    r.IdProvincia = "48";
+    r.IDPrescripcion = id, r.Tis = tis, r.FechaPrescripcion = date, r.RegimenReceta = regimen;
+    r.NombrePaciente = "María Pérez Ibáñez", r.CodigoColegiadoPrescriptor = "2812345", r.CodigoDispensado = "654321";
+    r.EnvasesDispensados = "1", r.NombreMedicamento = "Paracetamol 1 g 40 comprimidos", r.ClaveUsuario = "clave";
+    r.IdUsuario = "U01", r.Idioma = "es", r.FechaDispensacion = "03/02/2024", r.IdFarmacia = "F001";
+    r.IdFarmaceutico = "FAR1", r.Importe = "3,50", r.ImporteAportacion = "1,20", r.IdProvincia = "48";
     return r;
   }
 
-  void Add(CListadoDispensaciones& batch, CPeticionDispensacion request) {
-    ASSERT_TRUE(batch.aniadirDispensacion(request));
-  }
+  void Add(CListadoDispensaciones& batch, CPeticionDispensacion request) { ASSERT_TRUE(batch.aniadirDispensacion(request)); }
 
   std::string Pdf() const { return folder_.Path("velmora.pdf"); }
 
