@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "messages_fixture.h"
@@ -91,7 +92,7 @@ TEST_F(RespDispensacionesTest, InternalResponseHoldsTheConfiguredRow) {
   EXPECT_FALSE(r.DispensacionRealizada());
   ASSERT_EQ(r.ResultadoDispensacion().Count(), 1u);
   const CRespError& row = *r.ResultadoDispensacion().Item(1);
-  EXPECT_EQ(row.Codigo + "|" + row.Description + "|" + row.TipoRespuesta + "|" + row.CodigoDispensado, "1|9999|9999|9999");
+  EXPECT_EQ(std::tie(row.Codigo, row.Description, row.TipoRespuesta, row.CodigoDispensado), std::tuple("1", "9999", "9999", "9999"));
   EXPECT_NE(r.ToString(false).find("<ResultResp >1</ResultResp>"), std::string::npos);
   EXPECT_EQ(ErrorCount(), 0u);
 }
@@ -103,8 +104,8 @@ TEST_F(RespDispensacionesTest, ForcedResponseStartsWithTheFailureRow) {
   EXPECT_EQ(LastError()->Source, "CRespDispensaciones.SetInternalResponse");
   ASSERT_EQ(r.ResultadoDispensacion().Count(), 2u);
   const CRespError& fail = *r.ResultadoDispensacion().Item(1);
-  EXPECT_EQ(fail.Codigo + "|" + fail.Description + "|" + fail.TipoRespuesta + "|" + fail.CodigoDispensado,
-            "99999|" + std::string(kFailureText) + "|1|99999");
+  EXPECT_EQ(std::tie(fail.Codigo, fail.Description, fail.TipoRespuesta, fail.CodigoDispensado),
+            std::tuple("99999", kFailureText, "1", "99999"));
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Codigo, "1");
   EXPECT_EQ(r.ResultadoDispensacion().Item(2)->Description, "9999");
 
